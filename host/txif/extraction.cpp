@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+// Running one filter over one file, whoever asked for it.
+#include "extraction.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "filter_loader.h"
+#include "qob_conf_language.h"
+#include "qob_scope.h"
+#include "stream.h"
+
+namespace qob {
+namespace {
+
+thread_local Extraction *current = nullptr;
+
+// The language whose default charset reads undeclared text, restored at the end.
+class LanguageGuard {
+public:
+    explicit LanguageGuard(const char *language) : outer_(qob_conf_language()) {
+        qob_conf_set_language(language);
+    }
+    ~LanguageGuard() { qob_conf_set_language(outer_.c_str()); }
+    LanguageGuard(const LanguageGuard &) = delete;
+    LanguageGuard &operator=(const LanguageGuard &) = delete;
+
+private:
+    std::string outer_;
+};
+
+// The record and the depth of the running filter, restored at the end.
+class RunningGuard {
+public:
+    RunningGuard(Extraction &extraction, const HostParams *params, uint32_t levels)
+        : extraction_(extraction), outer_(extraction.running), levels_(levels) {
+        extraction_.running = params;
+        extraction_.depth += levels_;
+    }
+    ~RunningGuard() {
+        extraction_.running = outer_;
+        extraction_.depth -= levels_;
+    }
+    RunningGuard(const RunningGuard &) = delete;
+    RunningGuard &operator=(const RunningGuard &) = delete;
+
+private:
+    Extraction &extraction_;
+    const HostParams *outer_;
+    uint32_t levels_;
+};
+
+int32_t callFilter(const Extraction &extraction, const Filter &filter, const FilterRun &run) {
+    const std::string language(run.params->language,
+                               strnlen(run.params->language, sizeof run.params->language));
+    const LanguageGuard guard(language.c_str());
+    const int32_t code =
+        filter.extract(run.path, run.stream, run.params, nullptr, run.relay->callback());
+    if (code == EML_ERR_LIMIT) {
+        run.stream->truncated = true;
+    }
+    // A filter whose stream takes nothing any more may call that a failure of its own.
+    const bool ended = run.stream->truncated || run.stream->failed;
+    if (ended && (code == EML_ERR_LIMIT || code == EML_ERR_SHORT_WRITE)) {
+        return EML_OK;
+    }
+    if (code != EML_OK) {
+        // Codes that are not collected travel up: the failure of something inside is this one's.
+        run.relay->reportUnlessKnown(code, !extraction.collectsCodes);
+    }
+    return code;
+}
+
+} // namespace
+
+ExtractionGuard::ExtractionGuard(Extraction &extraction) : outer_(current) {
+    current = &extraction;
+}
+
+ExtractionGuard::~ExtractionGuard() {
+    current = outer_;
+}
+
+Extraction *currentExtraction() {
+    return current;
+}
+
+ScopeGuard::ScopeGuard(const char *tempRoot) : entered_(qob_scope_enter(tempRoot) == 0) {}
+
+ScopeGuard::~ScopeGuard() {
+    if (entered_) {
+        qob_scope_leave();
+    }
+}
+
+int32_t runFilter(Extraction &extraction, const FilterRun &run) {
+    FileType type{};
+    if (!detectFileType(run.path, run.claim, type)) {
+        run.relay->report(EML_ERR_INPUT, std::strerror(errno));
+        return EML_ERR_INPUT;
+    }
+    if (type.library == nullptr) {
+        const std::string reason = std::string("the file is ") + type.name;
+        run.relay->report(QOB_ERR_NO_FILTER, reason.c_str());
+        return QOB_ERR_NO_FILTER;
+    }
+    const uint32_t levels = type.nests && run.nested ? 1 : 0;
+    if (extraction.depth + levels > extraction.depthLimit) {
+        run.relay->report(QOB_ERR_DEPTH, qob_result_text(QOB_ERR_DEPTH));
+        return QOB_ERR_DEPTH;
+    }
+    const Filter &filter = filterOf(type.library);
+    if (filter.extract == nullptr) {
+        run.relay->report(QOB_ERR_FILTER_LOAD, filter.reason.c_str());
+        return QOB_ERR_FILTER_LOAD;
+    }
+    const RunningGuard guard(extraction, run.params, levels);
+    return callFilter(extraction, filter, run);
+}
+
+} // namespace qob
