@@ -85,6 +85,8 @@ std::vector<SweptMessage> messageAlternativeMessages() {
          .text = alternative(kPlain + "\nHello\n--B\nContent-Type: text/plain;\n " + kBase64 +
                              "text/html\n\nPHA+\n\n--B\nContent-Type: image/gif\n\nR0lG\n"
                              "--B\nX: y\n")},
+        {.name = "AlternativeLongEncodingLine",
+         .text = alternative("--B\nX: y\n" + kPlain + longLine(kQp) + "Content-ID: <x>\n\na=3D\n")},
         {.name = "AlternativeClosesAtOnce", .text = alternative(kPlain)},
         {.name = "RelatedTypeBelowTheEncoding",
          .text = related("--B\nContent-Type: text/plain\n" + kQp +

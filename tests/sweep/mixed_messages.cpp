@@ -76,6 +76,8 @@ std::vector<SweptMessage> mixedMessages() {
         {.name = "MixedSecondBoundaryHidesTheNestedOne",
          .text = mixed("--B\nContent-Type: multipart/mixed; boundary=\"N\"\n\n--B\n--N\n" +
                        std::string("Content-Type: text/plain\n\nouter\n"))},
+        {.name = "MixedLongEncodingLine",
+         .text = mixedWithEpilogue(kPlainPart + longLine(kQp) + "\na=3D\n")},
         {.name = "MixedStopsAtADot", .text = mixed("--B\nX: y\n.\n" + kPlainPart + "\nnever\n")},
         {.name = "MixedFoldedType",
          .text = mixed("--B\nContent-Type: image/png;\n x=y\n charset=utf-8\n"
@@ -125,6 +127,9 @@ std::vector<SweptMessage> nestedAlternativeMessages() {
         {.name = "NestedHtmlGoesOnBelowAnEncoding",
          .text = nested(kInnerHtml + "X: y\n folded\n\n<p>\n" + kQp + "X: z\n<p a=3Db>\n\n" +
                         "boundary=\"I\"\n--I goes on\n")},
+        {.name = "NestedLongLines",
+         .text = mixedWithEpilogue(kAlternative + kInnerPlain + longLine(kQp) + "\na=3D\n" +
+                                   longLine("--I--\n") + "\n")},
         {.name = "NestedWithoutItsBoundary",
          .text = mixedWithEpilogue("--B\nContent-Type: multipart/alternative\nX: y\n"
                                    "boundary=\"I\"\n" +

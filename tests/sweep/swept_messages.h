@@ -70,4 +70,9 @@ inline std::string linesOf(int count, size_t length, char c) {
     return lines;
 }
 
+// The line with so many blanks at its end that no walker keeps it whole at a block end.
+inline std::string longLine(std::string line) {
+    return line.insert(line.size() - 1, 80, ' ');
+}
+
 #endif
