@@ -239,6 +239,22 @@ TEST(NestedAlternative, WritesThePlainTextThatATransferEncodingLineClosed) {
     f.expectNothingLeft();
 }
 
+// The encoding line of the part in between closes the text's file, so the HTML finds none to
+// remove.
+TEST(NestedAlternative, DropsPlainTextThatWasClosedBeforeTheHtmlThatEndsTheWalk) {
+    const std::string between = crlf(
+        {"--inner", "Content-Type: audio/wav", "Content-Transfer-Encoding: base64", "", "data"});
+    for (const char *close : {"--inner--", "--outer--"}) {
+        SCOPED_TRACE(close);
+        NestedFixture f;
+        EXPECT_EQ(f.walk(Mix_Content_alter, plainPart("a\r\n") + between + htmlPart("<html>\r\n") +
+                                                crlf({close, "consumed", "rest"})),
+                  EML_OK);
+        EXPECT_EQ(f.output(), "{<html>}");
+        f.expectNothingLeft();
+    }
+}
+
 TEST(NestedAlternative, AtTheEndOfTheFileHandsOverHtmlAndDropsPlainText) {
     const Row kRows[] = {
         {"plain", plainPart("a\r\n"), ""},
