@@ -34,13 +34,20 @@ typedef struct QobSink {
 /* What the input is. */
 enum {
     QOB_TYPE_DETECT = 0, /* by its content, then by its name's ending */
-    QOB_TYPE_MESSAGE = 1 /* a message, unless it begins like a PDF, an image or an archive */
+    QOB_TYPE_MESSAGE = 1 /* a message, unless it begins like an archive, a document or an image */
 };
 
 enum { QOB_NEWLINE_LF = 0, QOB_NEWLINE_CRLF = 1, QOB_NEWLINE_CR = 2 };
 
 #define QOB_NO_LIMIT UINT64_MAX
-#define QOB_DEFAULT_DEPTH_LIMIT 50u
+#define QOB_DEFAULT_DEPTH_LIMIT 50U
+#define QOB_MAX_DEPTH_LIMIT 100U
+#define QOB_DEFAULT_MAX_OUTPUT (UINT64_C(1) << 32)
+#define QOB_DEFAULT_MAX_PARTS 10000U
+#define QOB_DEFAULT_MAX_UNPACKED (UINT64_C(1) << 30)
+#define QOB_DEFAULT_MAX_RATIO 200U
+#define QOB_RATIO_FREE_BYTES (UINT64_C(1) << 20)
+#define QOB_DEFAULT_MAX_SECONDS 60U
 
 /* How to extract. Fill it with qob_extract_options_init, then change what should differ; fields
    added by later versions keep their default in programs built before them. */
@@ -51,15 +58,27 @@ typedef struct QobExtractOptions {
     const char *language;      /* HostParams.language, up to 255 bytes; default "" */
     const char *tempDirectory; /* where the private directory is made; null: $TMPDIR, else /tmp */
     const QobErrorCallback *callback; /* default null */
-    uint64_t maxOutput;               /* bytes of output; default QOB_NO_LIMIT */
-    uint32_t newline;                 /* QOB_NEWLINE_*; default QOB_NEWLINE_LF */
-    uint32_t depthLimit; /* messages in messages that are read; default QOB_DEFAULT_DEPTH_LIMIT */
+    uint64_t maxOutput;  /* bytes of output; default QOB_DEFAULT_MAX_OUTPUT; or QOB_NO_LIMIT */
+    uint32_t newline;    /* QOB_NEWLINE_*; default QOB_NEWLINE_LF */
+    uint32_t depthLimit; /* files in files that are read; default QOB_DEFAULT_DEPTH_LIMIT; at most
+                            QOB_MAX_DEPTH_LIMIT, which greater numbers mean too: every level takes
+                            of the thread's stack */
     uint8_t labels;      /* 1: a label before each attachment (default), 0: none */
     uint8_t attachments; /* 1: extract attachments too (default), 0: labels only */
     uint8_t keepGoing;   /* 1: an attachment that fails is only reported (default), 0: it ends the
                             extraction with its code */
     uint8_t log;         /* 1: write a log beside the input; default 0 */
     uint8_t reserved[4];
+    /* Limits over the whole call. Reaching one leaves the branch out that reached it (with
+       `maxParts` and `maxSeconds` everything that is not inserted yet), is reported once, and does
+       not change the result code. */
+    uint64_t maxUnpacked; /* bytes out of archives and documents; QOB_DEFAULT_MAX_UNPACKED, or
+                             QOB_NO_LIMIT */
+    uint32_t maxParts;    /* attachments and members; default QOB_DEFAULT_MAX_PARTS; 0: no limit */
+    uint32_t maxRatio;    /* bytes out of one file per byte of it, above QOB_RATIO_FREE_BYTES;
+                             default QOB_DEFAULT_MAX_RATIO; 0: no limit */
+    uint32_t maxSeconds;  /* default QOB_DEFAULT_MAX_SECONDS; 0: no limit */
+    uint32_t reserved2;
 } QobExtractOptions;
 
 /* Fills the first `size` bytes with the defaults. Pass sizeof(QobExtractOptions). */

@@ -23,7 +23,12 @@ enum {
     QOB_ERR_TEMP = 4006,        /* no private directory for temporary files */
     QOB_ERR_CHARSET = 4007,     /* the output charset is not known */
     QOB_ERR_WRITE = 4008,       /* the output did not take the text */
-    QOB_ERR_OPTIONS = 4009      /* an option of the top-level call has a value without a meaning */
+    QOB_ERR_OPTIONS = 4009,     /* an option of the top-level call has a value without a meaning */
+    QOB_ERR_PARTS = 4010,       /* more members and parts than the limit */
+    QOB_ERR_UNPACKED = 4011,    /* more bytes were unpacked than the limit */
+    QOB_ERR_RATIO = 4012,       /* a file grew by more than the limit when it was unpacked */
+    QOB_ERR_TIME = 4013,        /* the extraction took longer than the limit */
+    QOB_ERR_HELPER = 4014       /* the program that reads this format is missing or failed */
 };
 
 typedef struct QobNotice {

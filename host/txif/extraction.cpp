@@ -30,12 +30,12 @@ private:
     std::string outer_;
 };
 
-// The record and the depth of the running filter, restored at the end.
+// The running filter and its depth; those around it are restored at the end.
 class RunningGuard {
 public:
-    RunningGuard(Extraction &extraction, const HostParams *params, uint32_t levels)
+    RunningGuard(Extraction &extraction, const FilterRun &run, uint32_t levels)
         : extraction_(extraction), outer_(extraction.running), levels_(levels) {
-        extraction_.running = params;
+        extraction_.running = Running{run.params, run.relay, 0, false};
         extraction_.depth += levels_;
     }
     ~RunningGuard() {
@@ -47,11 +47,11 @@ public:
 
 private:
     Extraction &extraction_;
-    const HostParams *outer_;
+    Running outer_;
     uint32_t levels_;
 };
 
-int32_t callFilter(const Extraction &extraction, const Filter &filter, const FilterRun &run) {
+int32_t callFilter(Extraction &extraction, const Filter &filter, const FilterRun &run) {
     const std::string language(run.params->language,
                                strnlen(run.params->language, sizeof run.params->language));
     const LanguageGuard guard(language.c_str());
@@ -65,7 +65,9 @@ int32_t callFilter(const Extraction &extraction, const Filter &filter, const Fil
     if (ended && (code == EML_ERR_LIMIT || code == EML_ERR_SHORT_WRITE)) {
         return EML_OK;
     }
-    if (code != EML_OK) {
+    if (isLimitCode(code)) {
+        reportLimit(extraction, *run.relay, code);
+    } else if (code != EML_OK) {
         // Codes that are not collected travel up: the failure of something inside is this one's.
         run.relay->reportUnlessKnown(code, !extraction.collectsCodes);
     }
@@ -94,6 +96,12 @@ ScopeGuard::~ScopeGuard() {
     }
 }
 
+void reportLimit(Extraction &extraction, NoticeRelay &relay, int32_t code) {
+    if (extraction.limits.firstReport(code)) {
+        relay.report(code, extraction.limits.reason(code).c_str());
+    }
+}
+
 int32_t runFilter(Extraction &extraction, const FilterRun &run) {
     FileType type{};
     if (!detectFileType(run.path, run.claim, type)) {
@@ -107,7 +115,7 @@ int32_t runFilter(Extraction &extraction, const FilterRun &run) {
     }
     const uint32_t levels = type.nests && run.nested ? 1 : 0;
     if (extraction.depth + levels > extraction.depthLimit) {
-        run.relay->report(QOB_ERR_DEPTH, qob_result_text(QOB_ERR_DEPTH));
+        reportLimit(extraction, *run.relay, QOB_ERR_DEPTH);
         return QOB_ERR_DEPTH;
     }
     const Filter &filter = filterOf(type.library);
@@ -115,7 +123,7 @@ int32_t runFilter(Extraction &extraction, const FilterRun &run) {
         run.relay->report(QOB_ERR_FILTER_LOAD, filter.reason.c_str());
         return QOB_ERR_FILTER_LOAD;
     }
-    const RunningGuard guard(extraction, run.params, levels);
+    const RunningGuard guard(extraction, run, levels);
     return callFilter(extraction, filter, run);
 }
 

@@ -5,11 +5,20 @@
 
 #include <cstdint>
 
+#include "extraction_limits.h"
 #include "file_type.h"
 #include "notice_relay.h"
 #include "qob_extract.h"
 
 namespace qob {
+
+// The innermost running filter.
+struct Running {
+    const HostParams *params = nullptr; // what it was given, where that is known
+    NoticeRelay *relay = nullptr;       // what it reports through, or null
+    uint64_t unpacked = 0;              // bytes that it unpacked out of its file
+    bool partCounted = false;           // it counted a member that it has not handed over yet
+};
 
 struct Extraction {
     uint32_t depthLimit = QOB_DEFAULT_DEPTH_LIMIT;
@@ -18,9 +27,10 @@ struct Extraction {
     bool collectsCodes = false; // failed insertions are collected here instead of returned
     bool truncated = false;     // an insertion left text out because of the limit
     bool ended = false; // the limit is reached or the output failed: nothing more is inserted
-    const HostParams *running = nullptr; // what the running filter was given, where that is known
-    int32_t bodyCode = 0;                // first failure of a body of the outermost message
-    int32_t attachmentCode = 0;          // first failure of one of its attachments
+    Running running;
+    Limits limits;
+    int32_t bodyCode = 0;       // first failure of a body of the outermost message
+    int32_t attachmentCode = 0; // first failure of one of its attachments
     uint32_t attachmentsFailed = 0;
 };
 
@@ -63,6 +73,9 @@ struct FilterRun {
     QobStream *stream;
     NoticeRelay *relay;
 };
+
+// Reports a limit through the relay, unless this extraction has reported it before.
+void reportLimit(Extraction &extraction, NoticeRelay &relay, int32_t code);
 
 // Finds the type of the file and runs its filter under the depth limit of `extraction`. Returns the
 // filter's code, or the host's own; a failure has been reported through the relay.

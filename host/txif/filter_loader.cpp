@@ -37,6 +37,7 @@ std::vector<std::string> directories() {
     return found;
 }
 
+// The library's own path where it lies, else its bare name for the linker to look for.
 std::string locate(const char *library) {
     for (const std::string &directory : directories()) {
         std::string path = directory + '/' + library;
@@ -54,9 +55,13 @@ std::string lastLinkerError(const char *library) {
 
 Filter load(const char *library) {
     Filter filter;
-    void *handle = dlopen(locate(library).c_str(), RTLD_NOW | RTLD_LOCAL);
+    const std::string path = locate(library);
+    void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
-        filter.reason = lastLinkerError(library);
+        const bool nowhere = path == library;
+        filter.reason =
+            (nowhere ? "its filter is not installed, or was left out of the build: " : "") +
+            lastLinkerError(library);
         return filter;
     }
     filter.extract =

@@ -7,10 +7,12 @@
 #include <climits>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "extraction.h"
 #include "input_file.h"
 #include "qob_host_export.h"
+#include "qob_insert.h"
 #include "qob_scope.h"
 #include "stream.h"
 
@@ -43,10 +45,13 @@ struct Insertion {
     QobSink sink;
     uint64_t outerRoom; // what the output itself still takes
     bool outerEnded;    // the output takes nothing any more
+    QobStream *outer;   // the output, when it is a stream
     const HostParams *params;
     SessionRecord *session;
     const QobErrorCallback *callback;
 };
+
+thread_local int32_t lastEnding = QOB_INSERTED_NOTHING;
 
 // Bytes that the insertion may write: the limit counts from the session's saved output count.
 uint64_t roomFor(const Insertion &insertion) {
@@ -72,15 +77,17 @@ void storeCount(const Insertion &insertion, const QobStream &stream) {
 // The e-mail filter hands attachments over with the record that it was given itself, and HTML
 // bodies with a copy that has flags of its own. Where that record is not known, the flags decide.
 bool isAttachment(const Extraction &extraction, const Insertion &insertion) {
-    return extraction.running != nullptr ? insertion.params == extraction.running
-                                         : insertion.params->flags != kHtmlPartFlags;
+    const HostParams *running = extraction.running.params;
+    return running != nullptr ? insertion.params == running
+                              : insertion.params->flags != kHtmlPartFlags;
 }
 
 HostParams childParams(const Extraction &extraction, const Insertion &insertion, uint64_t room) {
     HostParams params = *insertion.params;
     params.flags = extraction.flags;
     params.options &= ~EML_OPT_LOG;
-    setChildLimit(params, room);
+    // A limit that the caller's filter does not keep is kept by the streams alone.
+    setChildLimit(params, limitOf(*insertion.params) == QOB_NO_LIMIT ? QOB_NO_LIMIT : room);
     return params;
 }
 
@@ -118,15 +125,35 @@ int32_t settle(Extraction &extraction, bool attachment, int32_t code) {
         if (extraction.attachmentCode == EML_OK) {
             extraction.attachmentCode = code;
         }
-    } else if (extraction.bodyCode == EML_OK) {
+    } else if (extraction.bodyCode == EML_OK && !isLimitCode(code)) {
         extraction.bodyCode = code;
     }
     return EML_OK;
 }
 
+// What is left out without a word: the limit was reported when it was met.
+int32_t leaveOut(const Extraction &extraction, int32_t limit) {
+    return extraction.collectsCodes ? int32_t{EML_OK} : limit;
+}
+
+// Counts an attachment or member, and looks at the time.
+int32_t askLimits(Extraction &extraction, bool attachment) {
+    const bool counted = std::exchange(extraction.running.partCounted, false);
+    if (attachment && !counted) {
+        if (const int32_t code = extraction.limits.takePart(); code != EML_OK) {
+            return code;
+        }
+    }
+    return extraction.limits.checkTime();
+}
+
 int32_t insertInto(Extraction &extraction, const Insertion &insertion) {
+    lastEnding = QOB_INSERTED_NOTHING;
     if (extraction.ended || insertion.outerEnded) {
         return EML_OK;
+    }
+    if (const int32_t limit = extraction.limits.stopped(); limit != EML_OK) {
+        return leaveOut(extraction, limit);
     }
     QobStream stream;
     stream.sink = insertion.sink;
@@ -135,8 +162,17 @@ int32_t insertInto(Extraction &extraction, const Insertion &insertion) {
     const bool attachment = isAttachment(extraction, insertion);
     NoticeRelay relay(insertion.callback, nullptr, qob_scope_real_path(insertion.name),
                       attachment ? insertion.session->attachmentNumber + 1 : 0);
-    int32_t code = runInScope(extraction, insertion, relay, stream);
+    int32_t code = askLimits(extraction, attachment);
+    if (code != EML_OK) {
+        reportLimit(extraction, relay, code);
+        return settle(extraction, attachment, code);
+    }
+    code = runInScope(extraction, insertion, relay, stream);
     storeCount(insertion, stream);
+    lastEnding = endingOf(stream, *insertion.params);
+    if (stream.truncated && insertion.outer != nullptr && insertion.outer->limited) {
+        insertion.outer->truncated = true; // a spared character left room, but not for what follows
+    }
     extraction.truncated = extraction.truncated || stream.truncated;
     extraction.ended = extraction.ended || stream.truncated || stream.failed;
     if (code == EML_OK && stream.failed && !extraction.collectsCodes) {
@@ -168,6 +204,10 @@ int32_t insertGuarded(const Insertion &insertion) {
 } // namespace
 } // namespace qob
 
+QOB_HOST_EXPORT int32_t qob_insert_ending(void) {
+    return qob::lastEnding;
+}
+
 QOB_HOST_EXPORT int32_t QOB_GetInsertFileTextWithErrCallback(const char *name, QobFile *output,
                                                              const HostParams *params,
                                                              SessionRecord *session,
@@ -179,6 +219,7 @@ QOB_HOST_EXPORT int32_t QOB_GetInsertFileTextWithErrCallback(const char *name, Q
                                {&qob::writeToFile, output},
                                QOB_NO_LIMIT,
                                false,
+                               nullptr,
                                params,
                                session,
                                static_cast<const QobErrorCallback *>(errCallback)});
@@ -196,6 +237,7 @@ QOB_HOST_EXPORT int32_t QOB_GetInsertFileTextStreamWithErrCallback(const char *n
                                {&qob::writeToStream, output},
                                output->limited ? output->room : QOB_NO_LIMIT,
                                output->truncated || output->failed,
+                               output,
                                params,
                                session,
                                static_cast<const QobErrorCallback *>(errCallback)});

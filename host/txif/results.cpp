@@ -32,7 +32,7 @@ constexpr std::array kResults = {
     ResultRow{QOB_ERR_NO_FILTER, "QOB_ERR_NO_FILTER", "no filter reads this type of file"},
     ResultRow{QOB_ERR_FILTER_LOAD, "QOB_ERR_FILTER_LOAD",
               "the filter for this type of file is missing or cannot be loaded"},
-    ResultRow{QOB_ERR_DEPTH, "QOB_ERR_DEPTH", "messages are nested deeper than the limit"},
+    ResultRow{QOB_ERR_DEPTH, "QOB_ERR_DEPTH", "files are nested deeper than the limit"},
     ResultRow{QOB_ERR_DAMAGED, "QOB_ERR_DAMAGED", "the file is damaged and gave no text"},
     ResultRow{QOB_ERR_ENCRYPTED, "QOB_ERR_ENCRYPTED", "the file is encrypted and gave no text"},
     ResultRow{QOB_ERR_TEMP, "QOB_ERR_TEMP",
@@ -40,6 +40,14 @@ constexpr std::array kResults = {
     ResultRow{QOB_ERR_CHARSET, "QOB_ERR_CHARSET", "the output charset is not known"},
     ResultRow{QOB_ERR_WRITE, "QOB_ERR_WRITE", "the output did not take all of the text"},
     ResultRow{QOB_ERR_OPTIONS, "QOB_ERR_OPTIONS", "an option has a value without a meaning"},
+    ResultRow{QOB_ERR_PARTS, "QOB_ERR_PARTS",
+              "there are more attachments and members than the limit"},
+    ResultRow{QOB_ERR_UNPACKED, "QOB_ERR_UNPACKED", "more bytes were unpacked than the limit"},
+    ResultRow{QOB_ERR_RATIO, "QOB_ERR_RATIO",
+              "a file grew by more than the limit when it was unpacked"},
+    ResultRow{QOB_ERR_TIME, "QOB_ERR_TIME", "the extraction took longer than the limit"},
+    ResultRow{QOB_ERR_HELPER, "QOB_ERR_HELPER",
+              "the program that reads this type of file is missing or failed"},
 };
 
 const ResultRow *rowOf(int32_t code) {

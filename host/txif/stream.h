@@ -3,6 +3,7 @@
 // whether text was left out; a filter that cuts its own text to the limit cannot tell the host.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "qob_extract.h"
@@ -11,10 +12,11 @@ struct QobStream {
     QobSink sink{};
     const HostParams *params = nullptr; // names the output charset, so that no character is split
     bool limited = false;
-    uint64_t room = 0;      // bytes that may still be written, when limited
-    uint64_t written = 0;   // bytes that the sink took
-    bool truncated = false; // text was left out; nothing more is taken
-    bool failed = false;    // the sink refused; nothing more is taken
+    uint64_t room = 0;          // bytes that may still be written, when limited
+    uint64_t written = 0;       // bytes that the sink took
+    bool truncated = false;     // text was left out; nothing more is taken
+    bool failed = false;        // the sink refused; nothing more is taken
+    std::array<char, 4> tail{}; // the last bytes that the sink took, the last one at the end
 };
 
 namespace qob {
@@ -29,5 +31,8 @@ uint64_t limitOf(const HostParams &params);
 
 // Makes `params` ask for `room` bytes of output and the slack.
 void setChildLimit(HostParams &params, uint64_t room);
+
+// How the text ends that the stream took, in the output charset of `params`: QOB_INSERTED_*.
+int32_t endingOf(const QobStream &stream, const HostParams &params);
 
 } // namespace qob

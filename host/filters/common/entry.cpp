@@ -6,10 +6,29 @@
 #include <new>
 
 #include "qob_host.h"
+#include "qob_limits.h"
 #include "qob_notice.h"
 
 namespace qob::filters {
 namespace {
+
+// Limits and counts of an entry point that is called by itself.
+class OwnLimits {
+public:
+    OwnLimits(const char *path, const HostParams *params, void *callback)
+        : entered_(qob_limits_enter(path, params, callback)) {}
+    ~OwnLimits() {
+        if (entered_ == 1) {
+            qob_limits_leave();
+        }
+    }
+    OwnLimits(const OwnLimits &) = delete;
+    OwnLimits &operator=(const OwnLimits &) = delete;
+    bool failed() const { return entered_ < 0; }
+
+private:
+    int32_t entered_;
+};
 
 void reportPath(const char *path, void *callback, int32_t code, const char *reason) {
     const auto *target = static_cast<const QobErrorCallback *>(callback);
@@ -21,6 +40,10 @@ void reportPath(const char *path, void *callback, int32_t code, const char *reas
 }
 
 int32_t runExtractor(Extraction &extraction, Extractor extractor) noexcept {
+    const OwnLimits limits(extraction.inputPath, &extraction.params, extraction.callback);
+    if (limits.failed()) {
+        return EML_ERR_MEMORY;
+    }
     try {
         const int32_t code = extractor(extraction);
         extraction.output.finish();

@@ -3,9 +3,10 @@
 #ifndef QOB_FILTERS_INPUT_FILE_H
 #define QOB_FILTERS_INPUT_FILE_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <new>
 #include <string_view>
 
 #include "qob_host.h"
@@ -17,7 +18,8 @@ public:
     // What one read brings at most. Even, so that pieces of UTF-16 text hold whole code units.
     static constexpr std::size_t kPieceSize = 65536;
 
-    explicit InputFile(const char *path) : file_(QOB_FileOpen(path, "rb")) {}
+    explicit InputFile(const char *path)
+        : file_(QOB_FileOpen(path, "rb")), piece_(new (std::nothrow) char[kPieceSize]) {}
     ~InputFile() {
         if (file_ != nullptr) {
             QOB_FileClose(file_);
@@ -26,7 +28,13 @@ public:
     InputFile(const InputFile &) = delete;
     InputFile &operator=(const InputFile &) = delete;
 
-    bool isOpen() const { return file_ != nullptr; }
+    bool isOpen() const { return file_ != nullptr && piece_ != nullptr; }
+
+    // Bytes of the file, 0 when that cannot be told.
+    uint64_t size() const {
+        const uint32_t size = QOB_FileTellSize(file_);
+        return size != UINT32_MAX ? size : 0;
+    }
 
     // Moves to `offset` bytes from the start. False when the file does not let itself be moved in.
     bool rewind(std::size_t offset) {
@@ -36,13 +44,13 @@ public:
     // The next piece, good until the next call; empty at the end of the file.
     std::string_view read() {
         const int32_t count =
-            QOB_FileRead(piece_.data(), 1, static_cast<int32_t>(piece_.size()), file_);
-        return {piece_.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+            QOB_FileRead(piece_.get(), 1, static_cast<int32_t>(kPieceSize), file_);
+        return {piece_.get(), count > 0 ? static_cast<std::size_t>(count) : 0};
     }
 
 private:
     QobFile *file_;
-    std::array<char, kPieceSize> piece_;
+    std::unique_ptr<char[]> piece_; // not on the stack: files in files run one inside the other
 };
 
 } // namespace qob::filters

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <memory>
 
+#include "qob_insert.h"
+#include "qob_limits.h"
 #include "qob_notice.h"
 
 namespace qob::filters {
@@ -52,6 +54,9 @@ std::size_t wholeCharacters(std::string_view text) {
 }
 
 void TextOutput::append(std::string_view utf8) {
+    if (!utf8.empty()) {
+        atLineStart_ = utf8.back() == '\n';
+    }
     while (isOpen() && !utf8.empty()) {
         const std::string_view part = utf8.substr(0, kPieceSize);
         utf8.remove_prefix(part.size());
@@ -62,6 +67,9 @@ void TextOutput::append(std::string_view utf8) {
         const std::size_t whole = wholeCharacters(pending_);
         writeText(std::string_view(pending_).substr(0, whole));
         pending_.erase(0, whole);
+        if (isOpen()) {
+            status_ = qob_limits_time();
+        }
     }
 }
 
@@ -76,6 +84,26 @@ void TextOutput::finish() {
     }
     writeText(pending_);
     pending_.clear();
+}
+
+int32_t TextOutput::insert(const char *path, SessionRecord &session, void *callback) {
+    finish();
+    if (!isOpen()) {
+        return status_;
+    }
+    session.savedOutputCount = written_;
+    const int32_t code =
+        stream_ != nullptr
+            ? QOB_GetInsertFileTextStreamWithErrCallback(path, stream_, &params_, &session,
+                                                         callback)
+            : QOB_GetInsertFileTextWithErrCallback(path, file_, &params_, &session, callback);
+    if ((params_.options & EML_OPT_LIMIT_OUTPUT) != 0) {
+        written_ = static_cast<uint32_t>(session.savedOutputCount);
+    }
+    if (const int32_t ending = qob_insert_ending(); ending != QOB_INSERTED_NOTHING) {
+        atLineStart_ = ending == QOB_INSERTED_LINES;
+    }
+    return code;
 }
 
 void TextOutput::writeText(std::string_view utf8) {

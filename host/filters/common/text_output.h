@@ -29,12 +29,21 @@ public:
     // it takes nothing any more.
     void append(std::string_view utf8);
 
-    // Writes what is still held back. A character cut off by the end becomes U+FFFD.
+    // Writes what is still held back. A character cut off by the end becomes U+FFFD. More text may
+    // follow.
     void finish();
+
+    // Puts the text of the file `path` here, by the host's insert service, and counts it. `session`
+    // names the file's number; its count is filled in. Returns the service's code.
+    int32_t insert(const char *path, SessionRecord &session, void *callback);
+
+    // Nothing was written yet, or the end of a line was written last.
+    bool atLineStart() const { return atLineStart_; }
 
     // EML_OK; EML_ERR_LIMIT once text was cut or dropped at the limit, or the stream took no more;
     // EML_ERR_SHORT_WRITE once the file took less than it was given; QOB_ERR_CHARSET when the
-    // output charset is not known; or the converter's code.
+    // output charset is not known; QOB_ERR_TIME when the extraction's time was over before all text
+    // was there; or the converter's code.
     int32_t status() const { return status_; }
     bool isOpen() const { return status_ == EML_OK; }
 
@@ -51,6 +60,7 @@ private:
     std::vector<char> converted_; // reused from piece to piece
     uint32_t written_ = 0;        // bytes, counted only under a limit
     bool convertedBefore_ = false;
+    bool atLineStart_ = true;
     int32_t status_ = EML_OK;
 };
 

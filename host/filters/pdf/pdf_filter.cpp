@@ -2,7 +2,9 @@
 // The PDF filter: the text of all pages in reading order, an empty line between two pages. A
 // document that is damaged beyond reading or needs a password gives no text and is reported once.
 //
-// Memory and time are poppler's; nothing that it prints or throws leaves this file.
+// The time of the extraction is looked at before every page; the time for a single page, and the
+// memory, are poppler's. It follows no loop of the page tree and has no more pages than the file
+// has objects. Nothing that it prints or throws leaves this file.
 #include <poppler-document.h>
 #include <poppler-global.h>
 #include <poppler-page.h>
@@ -17,6 +19,7 @@
 #include "entry.h"
 #include "plain_lines.h"
 #include "qob_host.h"
+#include "qob_limits.h"
 #include "qob_notice.h"
 
 namespace {
@@ -53,6 +56,9 @@ int32_t writePages(Extraction &extraction, const poppler::document &document) {
     bool readAny = false;
     bool wroteAny = false;
     for (int i = 0; i < count && extraction.output.isOpen(); ++i) {
+        if (const int32_t code = qob_limits_time(); code != EML_OK) {
+            return code;
+        }
         const std::unique_ptr<poppler::page> page(document.create_page(i));
         if (page == nullptr) {
             continue;

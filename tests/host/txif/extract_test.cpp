@@ -103,6 +103,28 @@ TEST_F(Extract, LeavesOptionsThatTheCallerDoesNotKnowAtTheirDefaults) {
     EXPECT_THAT(extract(message("m.eml", "flags\n"), options).text, HasSubstr("flags=1a\n"));
 }
 
+TEST_F(Extract, OfAProgramThatKnowsNoLimitsKeepsThem) {
+    QobExtractOptions options{};
+    constexpr std::size_t kSizeBeforeTheLimits = 64;
+    std::memset(&options, 0, sizeof options);
+    qob_extract_options_init(&options, kSizeBeforeTheLimits);
+    EXPECT_EQ(options.size, kSizeBeforeTheLimits);
+    EXPECT_EQ(options.maxSeconds, 0U) << "not written beyond what the program knows";
+    EXPECT_THAT(extract(message("m.eml", "left\n"), options).text,
+                ::testing::ContainsRegex("left=(60000|59[0-9][0-9][0-9])\n"));
+}
+
+TEST_F(Extract, ByDefaultHasEveryLimit) {
+    const QobExtractOptions options = defaultOptions();
+    EXPECT_EQ(options.size, sizeof options);
+    EXPECT_EQ(options.maxOutput, uint64_t{4} << 30U);
+    EXPECT_EQ(options.depthLimit, 50U);
+    EXPECT_EQ(options.maxParts, 10000U);
+    EXPECT_EQ(options.maxUnpacked, uint64_t{1} << 30U);
+    EXPECT_EQ(options.maxRatio, 200U);
+    EXPECT_EQ(options.maxSeconds, 60U);
+}
+
 TEST_F(Extract, RefusesOptionsWithoutAMeaning) {
     const std::string path = message("m.eml", "text\n");
     QobExtractOptions options = defaultOptions();

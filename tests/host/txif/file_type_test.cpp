@@ -46,6 +46,24 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"HtmlByEnding", "words", "/t/1.HTM", Claim::kNone, "libqob_txhtml.so.5"},
         Row{"HtmlByLongEnding", "words", "/t/1.html", Claim::kNone, "libqob_txhtml.so.5"},
         Row{"BinaryInHtmlFile", "\1\2\0\3"s, "/t/1.htm", Claim::kNone, ""},
+        Row{"Zip", "PK\3\4", "/t/1", Claim::kNone, "libqob_txarchive.so.5"},
+        Row{"ZipInMessageFile", "PK\5\6", "/t/1.eml", Claim::kNone, "libqob_txarchive.so.5"},
+        Row{"ZipByOfficeEnding", "PK\3\4", "/t/1.DOCX", Claim::kNone, "libqob_txoffice.so.5"},
+        Row{"OfficeEndingAloneIsText", "words", "/t/1.docx", Claim::kNone, "libqob_txtext.so.5"},
+        Row{"ClaimedMessageThatIsAnArchive", "PK\3\4", "/t/1.eml", Claim::kMessage,
+            "libqob_txarchive.so.5"},
+        Row{"Gzip", "\x1F\x8B\x08", "/t/1.eml", Claim::kNone, "libqob_txarchive.so.5"},
+        Row{"DamagedTarByEnding", "\1\2\0\3"s, "/t/1.tar", Claim::kNone, "libqob_txarchive.so.5"},
+        Row{"TextInTarFile", "words", "/t/1.tar", Claim::kNone, "libqob_txtext.so.5"},
+        Row{"OldOffice", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", "/t/1.eml", Claim::kNone,
+            "libqob_txlegacy.so.5"},
+        Row{"Rtf", "{\\rtf1", "/t/1.doc", Claim::kNone, "libqob_txrtf.so.5"},
+        Row{"Tnef", "\x78\x9F\x3E\x22", "/t/1", Claim::kNone, "libqob_txtnef.so.5"},
+        Row{"CalendarByContent", "BEGIN:VCALENDAR\n", "/t/1.eml", Claim::kNone,
+            "libqob_txcalendar.so.5"},
+        Row{"CalendarByEnding", "words", "/t/1.ICS", Claim::kNone, "libqob_txcalendar.so.5"},
+        Row{"CardByEnding", "words", "/t/1.vcf", Claim::kNone, "libqob_txcalendar.so.5"},
+        Row{"BinaryInCalendarFile", "\1\2\0\3"s, "/t/1.ics", Claim::kNone, ""},
         Row{"PlainText", "words", "/t/1", Claim::kNone, "libqob_txtext.so.5"},
         Row{"ClaimedMessageWithoutHeader", "words", "/t/1", Claim::kMessage, "libqob_txeml.so.5"},
         Row{"ClaimedMessageWithZeroBytes", "From: a\0\0"s, "/t/1", Claim::kMessage,
@@ -56,8 +74,12 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"ClaimedMessageThatIsAnImage", kPng, "/t/1", Claim::kMessage, ""}),
     [](const auto &row) { return std::string(row.param.name); });
 
-TEST(FileType, OnlyMessagesNest) {
+TEST(FileType, OfWhatBringsFilesNests) {
     EXPECT_TRUE(qob::fileTypeOf(kMessage, "1.eml", Claim::kNone).nests);
+    EXPECT_TRUE(qob::fileTypeOf("PK\3\4", "1.zip", Claim::kNone).nests);
+    EXPECT_TRUE(qob::fileTypeOf("PK\3\4", "1.docx", Claim::kNone).nests);
+    EXPECT_TRUE(qob::fileTypeOf("\x78\x9F\x3E\x22", "1", Claim::kNone).nests);
+    EXPECT_FALSE(qob::fileTypeOf("{\\rtf", "1", Claim::kNone).nests);
     EXPECT_FALSE(qob::fileTypeOf("<html>", "1.htm", Claim::kNone).nests);
     EXPECT_FALSE(qob::fileTypeOf("words", "1", Claim::kNone).nests);
 }

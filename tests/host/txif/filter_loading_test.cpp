@@ -16,6 +16,7 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 class FilterLoading : public ScriptedFilters {};
 
@@ -44,8 +45,19 @@ TEST_F(FilterLoading, TakesTheLibraryOfTheChosenDirectory) {
 TEST_F(FilterLoading, OfAMissingLibraryNamesIt) {
     const qob::Filter &filter = qob::filterOf("libqob_txnone.so.5");
     EXPECT_EQ(filter.extract, nullptr);
-    EXPECT_THAT(filter.reason, HasSubstr("libqob_txnone.so.5: cannot open shared object file"));
+    EXPECT_THAT(filter.reason,
+                StartsWith("its filter is not installed, or was left out of the build: "
+                           "libqob_txnone.so.5: cannot open shared object file"));
     EXPECT_EQ(qob::filterPath(filter), "");
+}
+
+TEST_F(FilterLoading, ThatFailedIsReportedForEachFileOnceWithTheReason) {
+    const std::string pdf = file("a.pdf", "%PDF-1.4\n");
+    const Outcome outcome =
+        extract(message("m.eml", "insert " + pdf + "\ninsert " + pdf + "\nafter\n"));
+    EXPECT_EQ(outcome.code, EML_OK);
+    ASSERT_THAT(outcome.noticeSummary(), ElementsAre("4002@1", "4002@2"));
+    EXPECT_THAT(outcome.notices[1].reason, HasSubstr("GetTextStreamWithErrCallback"));
 }
 
 TEST_F(FilterLoading, OfALibraryThatIsDamagedLooksNoFurther) {

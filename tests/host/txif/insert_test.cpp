@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "qob_conf_language.h"
+#include "qob_insert.h"
 #include "qob_scope.h"
 #include "support.h"
 
@@ -53,6 +54,13 @@ TEST_F(Insert, WritesNoLogForTheInsertedMessage) {
     const Outcome outcome = extract(message("m.eml", "options\ninsert " + inner + "\n"), options);
     EXPECT_THAT(outcome.text, HasSubstr("options=9\n"));
     EXPECT_THAT(outcome.text, HasSubstr("options=8\n"));
+}
+
+TEST_F(Insert, TellsFiltersOfNoLimitThatTheyCannotCount) {
+    const std::string inner = message("inner.eml", "options\n");
+    const Outcome outcome =
+        extract(message("m.eml", "text before\noptions\ninsert " + inner + "\n"));
+    EXPECT_THAT(outcome.text, HasSubstr("text before\noptions=8\nSubject: script\n\noptions=8\n"));
 }
 
 TEST_F(Insert, HandsTheFileOnUnderAShortName) {
@@ -235,6 +243,38 @@ TEST_F(DirectInsert, RefusesNullArguments) {
                                                          session.get(), nullptr),
               EML_ERR_INPUT);
     QOB_FileClose(output);
+}
+
+TEST_F(DirectInsert, IntoAStreamThatSparedACharacterLeavesNoRoomForText) {
+    HostParams limited = params;
+    limited.options = EML_OPT_LIMIT_OUTPUT;
+    limited.outputLimit = 3;
+    std::string text;
+    const QobSink sink = stringSink(text);
+    QobStream *stream = qob_stream_open(&sink, &limited);
+    const std::string path = file("a.txt", "te\xE2\x82\xAC\n");
+    EXPECT_EQ(QOB_GetInsertFileTextStreamWithErrCallback(path.c_str(), stream, &params,
+                                                         session.get(), nullptr),
+              EML_OK);
+    EXPECT_EQ(QOB_WriteStream(stream, 1, "x"), 0);
+    EXPECT_EQ(qob_stream_close(stream), EML_ERR_LIMIT);
+    EXPECT_EQ(text, "te");
+}
+
+TEST_F(DirectInsert, TellsHowTheTextEnds) {
+    const auto endingOf = [this](const std::string &script) {
+        EXPECT_EQ(insertIntoFile(file("a.txt", script), files() + "/out"), EML_OK);
+        return qob_insert_ending();
+    };
+    EXPECT_EQ(endingOf(""), QOB_INSERTED_NOTHING);
+    EXPECT_EQ(endingOf("line\n"), QOB_INSERTED_LINES);
+    EXPECT_EQ(endingOf("line\nbare word\n"), QOB_INSERTED_PART_LINE);
+    EXPECT_EQ(endingOf("bare word\r\n"), QOB_INSERTED_LINES);
+    EXPECT_EQ(endingOf("bare \xE2\x80\xA8\n"), QOB_INSERTED_LINES);
+    std::memcpy(params.outputName, "UTF-16", 7);
+    EXPECT_EQ(endingOf(std::string("bare \0\n", 7)), QOB_INSERTED_PART_LINE) << "half a unit";
+    EXPECT_EQ(endingOf(std::string("bare \0\r\n", 8)), QOB_INSERTED_LINES);
+    EXPECT_EQ(endingOf(std::string("bare \n\r\n", 8)), QOB_INSERTED_PART_LINE) << "U+0A0D";
 }
 
 TEST_F(DirectInsert, TellsThatTheStreamTookNothing) {

@@ -49,11 +49,31 @@ TEST_F(Nesting, BeyondTheDefaultDepthLimitIsReportedOnceAndTheRestIsKept) {
     EXPECT_THAT(outcome.noticeSummary(), ElementsAre("4003@1"));
 }
 
+TEST_F(Nesting, BeyondTheLimitInManyPlacesIsReportedOnce) {
+    QobExtractOptions options = defaultOptions();
+    options.depthLimit = 2;
+    const std::string deep = chain(2);
+    const Outcome outcome =
+        extract(message("m.eml", "insert " + deep + "\ninsert " + deep + "\nafter\n"), options);
+    EXPECT_THAT(outcome.noticeSummary(), ElementsAre("4003@1"));
+    EXPECT_EQ(outcome.result.attachmentsFailed, 2U);
+    EXPECT_THAT(outcome.text, HasSubstr("after\n"));
+}
+
 TEST_F(Nesting, KeepsADepthLimitOfTheCaller) {
     QobExtractOptions options = defaultOptions();
     options.depthLimit = 2;
     EXPECT_THAT(extract(chain(2), options).text, HasSubstr("innermost\nleaf\n"));
     EXPECT_THAT(extract(chain(3), options).noticeSummary(), ElementsAre("4003@1"));
+}
+
+TEST_F(Nesting, IsNeverReadDeeperThanTheStackAllows) {
+    QobExtractOptions options = defaultOptions();
+    options.depthLimit = UINT32_MAX;
+    EXPECT_THAT(extract(chain(100), options).text, HasSubstr("innermost\nleaf\n"));
+    const Outcome outcome = extract(chain(101), options);
+    EXPECT_THAT(outcome.text, Not(HasSubstr("innermost")));
+    EXPECT_THAT(outcome.noticeSummary(), ElementsAre("4003@1"));
 }
 
 TEST_F(Nesting, OfFilesThatBringNoOthersIsNotCounted) {

@@ -8,6 +8,11 @@
 //   language         writes the language of the converter
 //   insert PATH      hands the file over as an attachment
 //   insert-body PATH hands the file over as an HTML body
+//   bare TEXT        writes the text without a LF
+//   wait MS          moves the clock of the test program
+//   time             ends with the code that the time limit gives, if any
+//   unpack N OF M    counts N bytes unpacked out of M, and ends with the code that the limits give
+//   left             writes how many milliseconds are left
 //   litter           leaves a file in the temporary directory and an open handle
 //   report CODE      calls the error callback
 //   fail CODE        returns the code
@@ -21,9 +26,11 @@
 #include <fstream>
 #include <string>
 
+#include "fake_clock.h"
 #include "qob_conf_language.h"
 #include "qob_host.h"
 #include "qob_host_export.h"
+#include "qob_limits.h"
 #include "qob_notice.h"
 
 namespace {
@@ -60,6 +67,15 @@ private:
             HostParams copy = params_;
             copy.flags = 10;
             insert(argument, &copy);
+        } else if (command == "bare") {
+            say(argument);
+        } else if (command == "wait") {
+            advanceClockOfProgram(std::stoll(argument));
+        } else if (command == "time") {
+            askLimit(qob_limits_time());
+        } else if (command == "unpack") {
+            const uint64_t packed = std::stoull(argument.substr(argument.rfind(' ')));
+            askLimit(qob_limits_unpacked(std::stoull(argument), packed));
         } else if (command == "litter") {
             litter();
         } else if (command == "report") {
@@ -77,6 +93,9 @@ private:
             std::snprintf(hex.data(), hex.size(), "%s=%x", line.c_str(),
                           line == "flags" ? params_.flags : params_.options);
             return hex.data();
+        }
+        if (line == "left") {
+            return "left=" + std::to_string(qob_limits_milliseconds_left());
         }
         if (line == "library") {
             return "library=" FILTER_NAME;
@@ -117,6 +136,12 @@ private:
         if (code != 0) {
             result_ = code;
             ended_ = (params_.flags & EML_FLAG_KEEP_GOING) == 0;
+        }
+    }
+
+    void askLimit(int32_t code) {
+        if (code != EML_OK) {
+            end(code);
         }
     }
 
