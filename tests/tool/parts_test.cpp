@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "library_version.h"
+#include "console/library_version.h"
+#include "console/report.h"
 #include "qob_extract.h"
-#include "report.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ TEST(FailureLine, NamesFileCodeMeaningAndReason) {
 }
 
 TEST(FailureLine, NamesTheAttachment) {
-    EXPECT_EQ(failureLine("a.eml", 3, QOB_ERR_ENCRYPTED, nullptr),
+    EXPECT_EQ(failureLine("a.eml", 3, QOB_ERR_ENCRYPTED, ""),
               "emltext: a.eml: attachment 3: QOB_ERR_ENCRYPTED (4005): the file is encrypted and "
               "gave no text");
 }
@@ -30,11 +30,43 @@ TEST(FailureLine, DoesNotSayTheSameTwice) {
               "emltext: a.eml: EML_ERR_MEMORY (3000): there is not enough memory");
 }
 
-TEST(IsWorthTelling, OfEverythingButUnreadableAttachmentsAndTheOutput) {
-    EXPECT_TRUE(emltext::isWorthTelling({"a", 1, QOB_ERR_DAMAGED, ""}));
-    EXPECT_TRUE(emltext::isWorthTelling({"a", 0, QOB_ERR_NO_FILTER, ""}));
-    EXPECT_FALSE(emltext::isWorthTelling({"a", 1, QOB_ERR_NO_FILTER, ""}));
-    EXPECT_FALSE(emltext::isWorthTelling({"a", 0, QOB_ERR_WRITE, ""}));
+TEST(FailureLine, KnowsTheCodesOfWorkers) {
+    EXPECT_EQ(failureLine("a.eml", 0, emltext::kWorkerCrashed, "signal 11"),
+              "emltext: a.eml: EMLTEXT_ERR_CRASH (5001): the process that read the message ended "
+              "unexpectedly (signal 11)");
+    EXPECT_EQ(emltext::codeName(emltext::kWorkerTimeout), "EMLTEXT_ERR_TIMEOUT");
+    EXPECT_EQ(emltext::codeName(emltext::kWorkerMemory), "EMLTEXT_ERR_MEMORY");
+    EXPECT_EQ(emltext::codeName(emltext::kWorkerLost), "EMLTEXT_ERR_WORKER");
+}
+
+std::string displayed(const std::string &path, uint64_t index) {
+    emltext::Job job;
+    job.path = path;
+    job.index = index;
+    return emltext::displayName(job);
+}
+
+TEST(DisplayName, TellsAMessageOfAnMboxByItsIndex) {
+    EXPECT_EQ(displayed("a.eml", 0), "a.eml");
+    EXPECT_EQ(displayed("-", 0), "standard input");
+    EXPECT_EQ(displayed("box", 7), "box message 7");
+}
+
+TEST(DisplayName, DoesNotSendControlsToTheTerminal) {
+    EXPECT_EQ(displayed("a\nb\x1B[2J\x7F", 0), "a?b?[2J?");
+}
+
+TEST(IsWorthTelling, OfAttachmentsWhenTheyAreDamaged) {
+    using emltext::Detail;
+    using emltext::isWorthTelling;
+    EXPECT_TRUE(isWorthTelling({1, QOB_ERR_DAMAGED, ""}, Detail::kDamage));
+    EXPECT_FALSE(isWorthTelling({1, QOB_ERR_NO_FILTER, ""}, Detail::kDamage));
+    EXPECT_FALSE(isWorthTelling({1, QOB_ERR_DAMAGED, ""}, Detail::kMessages));
+    EXPECT_TRUE(isWorthTelling({1, QOB_ERR_NO_FILTER, ""}, Detail::kEverything));
+}
+
+TEST(IsWorthTelling, AlwaysOfMessages) {
+    EXPECT_TRUE(emltext::isWorthTelling({0, QOB_ERR_NO_FILTER, ""}, emltext::Detail::kMessages));
 }
 
 TEST(VersionIn, IsTheTextBehindTheMarkUpToTheNul) {

@@ -3,12 +3,17 @@
 #include "process.h"
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <thread>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +21,8 @@ namespace tool_test {
 namespace fs = std::filesystem;
 
 namespace {
+
+using namespace std::chrono_literals;
 
 std::vector<std::string> namesIn(const std::string &directory) {
     std::vector<std::string> names;
@@ -34,11 +41,47 @@ void redirect(int descriptor, const std::string &path, int flags) {
     close(opened);
 }
 
+void limitFiles(unsigned long bytes) {
+    const struct rlimit limit { bytes, bytes };
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) {
+        _exit(126);
+    }
+}
+
 } // namespace
 
 std::string contentOf(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string treeOf(const std::string &directory) {
+    std::map<std::string, std::string> contents;
+    // What is being removed meanwhile ends the walk.
+    std::error_code gone;
+    for (fs::recursive_directory_iterator entry(directory, gone), end; !gone && entry != end;
+         entry.increment(gone)) {
+        if (entry->is_regular_file(gone)) {
+            const std::string path = entry->path().string();
+            contents[path.substr(directory.size() + 1)] = contentOf(path);
+        }
+    }
+    std::string all;
+    for (const auto &[name, content] : contents) {
+        all.append(name).append(": ").append(content).append("\n");
+    }
+    return all;
+}
+
+bool waitForContent(const std::string &path) {
+    for (int tries = 0; tries < 1000; ++tries) {
+        std::error_code missing;
+        if (fs::file_size(path, missing) > 0 && !missing) {
+            return true;
+        }
+        std::this_thread::sleep_for(10ms);
+    }
+    return false;
 }
 
 void Tool::SetUp() {
@@ -49,12 +92,22 @@ void Tool::SetUp() {
     fs::create_directory(root_ + "/temporary");
 }
 
+// After a kill, the command's janitor needs a moment. A run that was killed before it had one
+// leaves an empty directory.
 void Tool::TearDown() {
-    EXPECT_EQ(namesIn(root_ + "/temporary"), std::vector<std::string>{});
+    const std::string temporary = root_ + "/temporary";
+    for (int tries = 0; killed_ && tries < 500 && !treeOf(temporary).empty(); ++tries) {
+        std::this_thread::sleep_for(10ms);
+    }
+    EXPECT_EQ(treeOf(temporary), "");
+    if (!killed_) {
+        EXPECT_EQ(namesIn(temporary), std::vector<std::string>{});
+    }
     fs::remove_all(root_);
 }
 
 std::string Tool::file(const std::string &name, const std::string &content) const {
+    fs::create_directories(fs::path(path(name)).parent_path());
     std::ofstream(path(name), std::ios::binary) << content;
     return path(name);
 }
@@ -65,13 +118,24 @@ std::vector<std::string> Tool::files() const {
 
 void Tool::become(const std::vector<std::string> &arguments, const Wiring &wiring) const {
     redirect(STDIN_FILENO, root_ + "/in", O_RDONLY);
-    redirect(STDERR_FILENO, root_ + "/err", O_WRONLY | O_CREAT | O_TRUNC);
+    if (wiring.terminal >= 0) {
+        dup2(wiring.terminal, STDERR_FILENO);
+    } else {
+        redirect(STDERR_FILENO, root_ + "/err", O_WRONLY | O_CREAT | O_TRUNC);
+    }
     redirect(STDOUT_FILENO, wiring.outputPath.empty() ? root_ + "/out" : wiring.outputPath,
              O_WRONLY | O_CREAT | O_TRUNC);
     if (wiring.closeOutput) {
         close(STDOUT_FILENO);
     }
-    setenv("TMPDIR", (root_ + "/temporary").c_str(), 1);
+    if (wiring.fileLimit != 0) {
+        limitFiles(wiring.fileLimit);
+    }
+    if (!wiring.directory.empty() && chdir(wiring.directory.c_str()) != 0) {
+        _exit(126);
+    }
+    const std::string temporary = root_ + "/temporary";
+    setenv("TMPDIR", (wiring.temporary.empty() ? temporary : wiring.temporary).c_str(), 1);
     if (filters_.empty()) {
         unsetenv("QOB_FILTER_DIR");
     } else {
@@ -88,18 +152,33 @@ void Tool::become(const std::vector<std::string> &arguments, const Wiring &wirin
     _exit(127);
 }
 
-Finished Tool::run(const std::vector<std::string> &arguments, const Wiring &wiring) const {
+pid_t Tool::start(const std::vector<std::string> &arguments, const Wiring &wiring) const {
     std::ofstream(root_ + "/in", std::ios::binary) << wiring.input;
+    std::ofstream(root_ + "/err", std::ios::trunc).flush();
     const pid_t child = fork();
     if (child == 0) {
         become(arguments, wiring);
     }
+    return child;
+}
+
+Finished Tool::finish(pid_t process) const {
     int status = 0;
-    waitpid(child, &status, 0);
+    waitpid(process, &status, 0);
     Finished result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentOf(root_ + "/out"),
                     contentOf(root_ + "/err")};
     fs::remove(root_ + "/out");
     return result;
+}
+
+void Tool::kill9(pid_t process) {
+    killed_ = true;
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+}
+
+Finished Tool::run(const std::vector<std::string> &arguments, const Wiring &wiring) const {
+    return finish(start(arguments, wiring));
 }
 
 } // namespace tool_test

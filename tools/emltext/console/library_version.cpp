@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Looking for the version in the bytes of the library.
-#include "library_version.h"
+#include "console/library_version.h"
 
 #include <array>
 #include <fstream>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Asks the converter for a line end the way filters do: a carriage return stands for one.
-#include "line_end.h"
+#include "output/line_end.h"
 
 #include <array>
 #include <memory>
