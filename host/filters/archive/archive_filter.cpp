@@ -240,18 +240,6 @@ int32_t extractArchive(Extraction &extraction) {
 } // namespace
 } // namespace qob::archive
 
-QOB_FILTER_EXPORT int32_t GetTextWithErrCallback(const char *inputPath, const char *outputPath,
-                                                 const HostParams *params, const void *callerRecord,
-                                                 void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToFile(inputPath, outputPath, params, callback,
-                                       qob::archive::extractArchive);
-}
-
-QOB_FILTER_EXPORT int32_t GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream,
-                                                       const HostParams *params,
-                                                       const void *callerRecord, void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToStream(inputPath, stream, params, callback,
-                                         qob::archive::extractArchive);
+int32_t qob::filters::extractInput(Extraction &extraction) {
+    return qob::archive::extractArchive(extraction);
 }

@@ -112,16 +112,6 @@ int32_t extractCalendar(Extraction &extraction) {
 
 } // namespace
 
-QOB_FILTER_EXPORT int32_t GetTextWithErrCallback(const char *inputPath, const char *outputPath,
-                                                 const HostParams *params, const void *callerRecord,
-                                                 void *callback) {
-    (void)callerRecord;
-    return extractToFile(inputPath, outputPath, params, callback, extractCalendar);
-}
-
-QOB_FILTER_EXPORT int32_t GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream,
-                                                       const HostParams *params,
-                                                       const void *callerRecord, void *callback) {
-    (void)callerRecord;
-    return extractToStream(inputPath, stream, params, callback, extractCalendar);
+int32_t qob::filters::extractInput(Extraction &extraction) {
+    return ::extractCalendar(extraction);
 }

@@ -11,8 +11,6 @@
 #include "qob_txeml.h"
 #include "text_output.h"
 
-#define QOB_FILTER_EXPORT extern "C" __attribute__((visibility("default")))
-
 namespace qob::filters {
 
 // One running extraction. Everything it refers to outlives the Extractor's call.
@@ -31,6 +29,10 @@ using Extractor = int32_t (*)(Extraction &extraction);
 // Tells the host's error callback, if there is one, that the file gave no text or not all of it.
 // `reason` is one sentence without a full stop.
 void report(const Extraction &extraction, int32_t code, const char *reason);
+
+// The filter's own Extractor. Every filter library defines it; entry_points.cpp, which is part of
+// each, serves both entry points with it.
+int32_t extractInput(Extraction &extraction);
 
 // GetTextWithErrCallback: creates `outputPath`. EML_ERR_INPUT when the input cannot be opened,
 // EML_ERR_OUTPUT when the output cannot be created, EML_ERR_MEMORY, EML_ERR_LIMIT when the output

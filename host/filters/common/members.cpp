@@ -181,6 +181,17 @@ int32_t Members::handOver() {
     return code;
 }
 
+// The reason behind the member's name. Empty where there is no name, or no room: better without the
+// name than not at all.
+std::string Members::namedReason(const char *reason) const {
+    try {
+        std::string named = name_ + ": " + (reason != nullptr ? reason : "");
+        return name_.empty() || named.size() > kLongestReason ? std::string() : named;
+    } catch (const std::bad_alloc &) {
+        return {};
+    }
+}
+
 // What is reported about a member, or about something inside it, begins with the member's name.
 void Members::relay(void *context, const QobNotice *notice) {
     const auto &members = *static_cast<const Members *>(context);
@@ -190,14 +201,11 @@ void Members::relay(void *context, const QobNotice *notice) {
     }
     QobNotice named = *notice;
     if (named.path != nullptr && members.path_ == named.path) {
-        named.path = members.name_.c_str();
+        named.path = members.name_.empty() ? members.extraction_.inputPath : members.name_.c_str();
     }
-    std::string reason;
-    try {
-        reason = members.name_ + ": " + (notice->reason != nullptr ? notice->reason : "");
-        named.reason = reason.size() <= kLongestReason ? reason.c_str() : notice->reason;
-    } catch (const std::bad_alloc &) {
-        named.reason = notice->reason; // better without the name than not at all
+    const std::string reason = members.namedReason(notice->reason);
+    if (!reason.empty()) {
+        named.reason = reason.c_str();
     }
     outer->report(outer->context, &named);
 }

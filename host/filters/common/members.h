@@ -45,6 +45,7 @@ public:
 
 private:
     static void relay(void *context, const QobNotice *notice);
+    std::string namedReason(const char *reason) const;
     int32_t closeFile();
     int32_t handOver();
 

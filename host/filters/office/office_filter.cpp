@@ -106,16 +106,6 @@ int32_t extractDocument(Extraction &extraction) {
 
 } // namespace
 
-QOB_FILTER_EXPORT int32_t GetTextWithErrCallback(const char *inputPath, const char *outputPath,
-                                                 const HostParams *params, const void *callerRecord,
-                                                 void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToFile(inputPath, outputPath, params, callback, extractDocument);
-}
-
-QOB_FILTER_EXPORT int32_t GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream,
-                                                       const HostParams *params,
-                                                       const void *callerRecord, void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToStream(inputPath, stream, params, callback, extractDocument);
+int32_t qob::filters::extractInput(Extraction &extraction) {
+    return ::extractDocument(extraction);
 }

@@ -50,16 +50,6 @@ int32_t extractRtf(Extraction &extraction) {
 
 } // namespace
 
-QOB_FILTER_EXPORT int32_t GetTextWithErrCallback(const char *inputPath, const char *outputPath,
-                                                 const HostParams *params, const void *callerRecord,
-                                                 void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToFile(inputPath, outputPath, params, callback, extractRtf);
-}
-
-QOB_FILTER_EXPORT int32_t GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream,
-                                                       const HostParams *params,
-                                                       const void *callerRecord, void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToStream(inputPath, stream, params, callback, extractRtf);
+int32_t qob::filters::extractInput(Extraction &extraction) {
+    return ::extractRtf(extraction);
 }

@@ -263,18 +263,6 @@ int32_t extractMessage(Extraction &extraction) {
 } // namespace
 } // namespace qob::tnef
 
-QOB_FILTER_EXPORT int32_t GetTextWithErrCallback(const char *inputPath, const char *outputPath,
-                                                 const HostParams *params, const void *callerRecord,
-                                                 void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToFile(inputPath, outputPath, params, callback,
-                                       qob::tnef::extractMessage);
-}
-
-QOB_FILTER_EXPORT int32_t GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream,
-                                                       const HostParams *params,
-                                                       const void *callerRecord, void *callback) {
-    (void)callerRecord;
-    return qob::filters::extractToStream(inputPath, stream, params, callback,
-                                         qob::tnef::extractMessage);
+int32_t qob::filters::extractInput(Extraction &extraction) {
+    return qob::tnef::extractMessage(extraction);
 }

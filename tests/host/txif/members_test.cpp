@@ -134,6 +134,13 @@ TEST_F(MembersOf, AContainerThatFailAreReportedByName) {
                                    "a.txt: the file is damaged and gave no text"}));
 }
 
+TEST_F(MembersOf, AContainerWithoutANameAreReportedAsTheContainer) {
+    const std::string path = container("c", textMember("", "\xFF\xD8\xFF"));
+    const Outcome outcome = extract(path);
+    EXPECT_THAT(outcome.notices,
+                ElementsAre(Notice{path, 1, QOB_ERR_NO_FILTER, "the file is a JPEG image"}));
+}
+
 TEST_F(MembersOf, AContainerOfTheTopLevelAreNumbered) {
     const Outcome outcome =
         extract(container("c", textMember("a", "x") + textMember("b", "fail 4004")));
