@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// The filter on the reference host, as a program of the benchmark: the text of every message of a
+// list into one output. HTML and attachments go to the filters beside this program (see
+// filters/benchmark_filter.cpp), unless "--html" asks for the real ones.
+//
+// Usage: extract_ours LIST OUTPUT [--count]
+#include <cstdio>
+#include <cstdlib>
+
+#include "peers/tally.h"
+#include "qob_extract.h"
+
+namespace {
+
+Tally tally{};
+bool counting = false;
+
+int32_t writeText(void *context, const void *data, uint32_t length) {
+    return std::fwrite(data, 1, length, static_cast<std::FILE *>(context)) == length ? 1 : 0;
+}
+
+void extractFile(const char *path, void *context) {
+    const QobSink sink{&writeText, context};
+    QobExtractOptions options;
+    qob_extract_options_init(&options, sizeof options);
+    options.type = QOB_TYPE_MESSAGE;
+    if (const int32_t code = qob_extract(path, &sink, &options, nullptr); code != EML_OK) {
+        std::fprintf(stderr, "bench: %s: %s\n", path, qob_result_name(code));
+        std::exit(1);
+    }
+}
+
+} // namespace
+
+// The attachment filter finds it here; null while nothing is counted.
+extern "C" __attribute__((visibility("default"))) Tally *bench_tally() {
+    return counting ? &tally : nullptr;
+}
+
+int main(int argc, char **argv) {
+    const BenchArguments arguments = bench_arguments(argc, argv);
+    counting = arguments.count != 0;
+    bench_each(arguments.list, extractFile, arguments.output);
+    return bench_finish(&arguments, &tally);
+}

@@ -1,0 +1,43 @@
+/* SPDX-License-Identifier: MIT */
+/*
+ * What the benchmark's programs have in common: the command line, the list of messages, and the
+ * tally of the attachments, with which the programs are compared before they are timed.
+ */
+#ifndef BENCH_TALLY_H
+#define BENCH_TALLY_H
+
+#include <stdint.h>
+#include <stdio.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Attachments are compared as a set: the sum of their SHA-256 digests, word by word. */
+typedef struct Tally {
+    uint64_t attachments;
+    uint64_t digestSum[4];
+} Tally;
+
+/* A null tally counts nothing: what is timed does no work for the comparison. */
+void tally_file(Tally *tally, const char *path);
+
+typedef struct BenchArguments {
+    const char *list; /* a file with one path a line */
+    FILE *output;     /* of all text, fully buffered */
+    int count;        /* 1: print the tally */
+} BenchArguments;
+
+/* LIST OUTPUT [--count]; ends the program with a sentence when they are wrong. */
+BenchArguments bench_arguments(int argc, char **argv);
+
+void bench_each(const char *list, void (*extract)(const char *path, void *context), void *context);
+
+/* Closes the output and prints the tally as one line. Returns the exit status. */
+int bench_finish(const BenchArguments *arguments, const Tally *tally);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
