@@ -18,7 +18,7 @@ enum {
     QOB_ERR_NO_FILTER = 4001,   /* no filter reads this type of file */
     QOB_ERR_FILTER_LOAD = 4002, /* the filter's library is missing or cannot be loaded */
     QOB_ERR_DEPTH = 4003,       /* nested deeper than the limit */
-    QOB_ERR_DAMAGED = 4004,     /* the file is damaged and gave no text */
+    QOB_ERR_DAMAGED = 4004,     /* the file is damaged: its text is missing or not complete */
     QOB_ERR_ENCRYPTED = 4005,   /* the file is encrypted and gave no text */
     QOB_ERR_TEMP = 4006,        /* no private directory for temporary files */
     QOB_ERR_CHARSET = 4007,     /* the output charset is not known */

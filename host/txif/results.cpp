@@ -33,7 +33,7 @@ constexpr std::array kResults = {
     ResultRow{QOB_ERR_FILTER_LOAD, "QOB_ERR_FILTER_LOAD",
               "the filter for this type of file is missing or cannot be loaded"},
     ResultRow{QOB_ERR_DEPTH, "QOB_ERR_DEPTH", "files are nested deeper than the limit"},
-    ResultRow{QOB_ERR_DAMAGED, "QOB_ERR_DAMAGED", "the file is damaged and gave no text"},
+    ResultRow{QOB_ERR_DAMAGED, "QOB_ERR_DAMAGED", "the file is damaged: its text is missing or not complete"},
     ResultRow{QOB_ERR_ENCRYPTED, "QOB_ERR_ENCRYPTED", "the file is encrypted and gave no text"},
     ResultRow{QOB_ERR_TEMP, "QOB_ERR_TEMP",
               "no private directory for temporary files can be made; see TMPDIR"},

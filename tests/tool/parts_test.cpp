@@ -15,8 +15,8 @@ using emltext::failureLine;
 
 TEST(FailureLine, NamesFileCodeMeaningAndReason) {
     EXPECT_EQ(failureLine("a.eml", 0, QOB_ERR_DAMAGED, "the page tree has a loop"),
-              "emltext: a.eml: QOB_ERR_DAMAGED (4004): the file is damaged and gave no text (the "
-              "page tree has a loop)");
+              "emltext: a.eml: QOB_ERR_DAMAGED (4004): the file is damaged: its text is missing or "
+              "not complete (the page tree has a loop)");
 }
 
 TEST(FailureLine, NamesTheAttachment) {

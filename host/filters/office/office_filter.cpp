@@ -97,9 +97,14 @@ int32_t extractDocument(Extraction &extraction) {
     if (code == EML_OK) {
         code = qob::filters::office::extractEmbedded(package, extraction);
     }
-    if (code == EML_OK && !flow.hasText() && (!whole || package.damaged())) {
+    const bool damaged = code == EML_OK && (!whole || package.damaged());
+    if (damaged && !flow.hasText()) {
         return failed(extraction, QOB_ERR_DAMAGED,
                       "the office document is damaged and gave no text");
+    }
+    if (damaged && extraction.output.isOpen()) {
+        qob::filters::report(extraction, QOB_ERR_DAMAGED,
+                             "the office document is damaged, its text may not be complete");
     }
     return code;
 }

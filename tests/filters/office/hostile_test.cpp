@@ -13,13 +13,14 @@ namespace {
 
 class OfficeHostile : public FilterTest {
 protected:
-    // Ends with success or a code that belongs to the input, and with one notice for a damaged or
-    // encrypted document.
+    // Ends with success or a code that belongs to the input, and with one notice for an encrypted
+    // document or a damaged one without text; with text there may be one, too.
     void expectEnds(const std::string &document, std::size_t place) {
         const Outcome outcome = run(OFFICE_FILTER, document);
         const bool refused = outcome.code == QOB_ERR_DAMAGED || outcome.code == QOB_ERR_ENCRYPTED;
         EXPECT_TRUE(outcome.code == EML_OK || refused) << place << ": " << outcome.code;
-        EXPECT_EQ(outcome.notices.size(), refused ? 1U : 0U) << place;
+        EXPECT_LE(outcome.notices.size(), 1U) << place;
+        EXPECT_TRUE(!refused || outcome.notices.size() == 1) << place;
     }
 
     void expectTextOfBody(const std::string &body, const std::string &text) {

@@ -67,13 +67,16 @@ TEST_F(OfficePackage, MissingMainPartIsReportedOnce) {
     expectRefused(zipOf(members), QOB_ERR_DAMAGED, kDamaged);
 }
 
-TEST_F(OfficePackage, BrokenXmlKeepsTheTextBeforeTheFault) {
+TEST_F(OfficePackage, BrokenXmlKeepsTheTextBeforeTheFaultAndIsReported) {
     MemberList members = docxMembers("");
     members[2].second = "<w:document><w:body>" + paragraph("a") + "<w:p><w:r><w:t>b</w:oops>";
     const Outcome outcome = run(OFFICE_FILTER, zipOf(members));
     EXPECT_EQ(outcome.code, EML_OK);
     EXPECT_EQ(outcome.text, "a\nb\n");
-    EXPECT_TRUE(outcome.notices.empty());
+    ASSERT_EQ(outcome.notices.size(), 1U);
+    EXPECT_EQ(outcome.notices[0].code, QOB_ERR_DAMAGED);
+    EXPECT_EQ(outcome.notices[0].reason,
+              "the office document is damaged, its text may not be complete");
 }
 
 TEST_F(OfficePackage, BrokenXmlWithoutTextIsReportedOnce) {
@@ -88,6 +91,16 @@ TEST_F(OfficePackage, TruncatedFileKeepsTheTextBeforeItsEnd) {
     const std::string text =
         textOf(OFFICE_FILTER, document.substr(0, document.find("middle") + 400));
     EXPECT_TRUE(text.starts_with("begin\nmiddle\n")) << text;
+}
+
+// Base64 padding that was taken for data.
+TEST_F(OfficePackage, StrayBytesBehindTheFileAreNoDamage) {
+    const std::string document = zipOf(docxMembers(paragraph("a")));
+    for (const char *stray : {"@", "\x10@", "\r\n"}) {
+        const Outcome outcome = run(OFFICE_FILTER, document + stray);
+        EXPECT_EQ(outcome.text, "a\n");
+        EXPECT_TRUE(outcome.notices.empty());
+    }
 }
 
 TEST_F(OfficePackage, LostDirectoryIsNoLoss) {

@@ -127,11 +127,12 @@ TEST_F(MembersOf, AContainerThatFailAreReportedByName) {
     const Outcome outcome = extract(message("m.eml", "insert " + path + "\nafter\n"));
     EXPECT_EQ(outcome.code, EML_OK);
     EXPECT_THAT(outcome.text, ::testing::HasSubstr("b.txt\nread\n\nafter\n"));
-    EXPECT_THAT(outcome.notices,
-                ElementsAre(Notice{"docs/photo.jpg", 1, QOB_ERR_NO_FILTER,
-                                   "docs/photo.jpg: the file is a JPEG image"},
-                            Notice{"a.txt", 1, QOB_ERR_DAMAGED,
-                                   "a.txt: the file is damaged and gave no text"}));
+    EXPECT_THAT(
+        outcome.notices,
+        ElementsAre(Notice{"docs/photo.jpg", 1, QOB_ERR_NO_FILTER,
+                           "docs/photo.jpg: the file is a JPEG image"},
+                    Notice{"a.txt", 1, QOB_ERR_DAMAGED,
+                           "a.txt: the file is damaged: its text is missing or not complete"}));
 }
 
 TEST_F(MembersOf, AContainerWithoutANameAreReportedAsTheContainer) {
