@@ -95,7 +95,7 @@ TEST_F(Terminal, ShowsNothingWiderThanItself) {
         const std::size_t end = bars.find("\x1B[K", ++start);
         if (end != std::string::npos && bars.find('\r', start) > end) {
             EXPECT_LT(end - start, 30U);
-            ++updates;
+            updates += end > start ? 1 : 0; // not where the bar is only cleared away
         }
     }
     EXPECT_GE(updates, 3U);

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -26,17 +27,27 @@ using namespace std::chrono_literals;
 constexpr auto kPatience = 5ms; // between two looks at what is going away
 constexpr int kTries = 400;
 
-std::string makeDirectory() {
+constexpr std::string_view kTemplate = "emltext-XXXXXX";
+constexpr std::size_t kRandomPart = 6;
+
+// What the janitor tells of the directory it made: 0 and the end of its name, or an errno.
+struct Made {
+    int error = 0;
+    std::array<char, kRandomPart> end{};
+};
+
+std::string temporaryRoot() {
     const char *configured = std::getenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe)
-    const std::string root = configured != nullptr && *configured != '\0' ? configured : "/tmp";
-    std::error_code failure;
-    std::string path = std::filesystem::absolute(root, failure).string() + "/emltext-XXXXXX";
+    return configured != nullptr && *configured != '\0' ? configured : "/tmp";
+}
+
+Made makeDirectory(std::string &path) {
+    Made made;
     if (mkdtemp(path.data()) == nullptr) {
-        throw std::system_error(errno, std::generic_category(),
-                                "no directory for temporary files can be made in " + root +
-                                    " (TMPDIR names another place)");
+        made.error = errno;
     }
-    return path;
+    path.copy(made.end.data(), made.end.size(), path.size() - made.end.size());
+    return made;
 }
 
 void keepOnly(int descriptor) {
@@ -89,40 +100,81 @@ void clearAway(const std::set<pid_t> &groups, const std::string &directory) {
     }
 }
 
-// Signals that end the command, such as those of a terminal, must not end its janitor.
-[[noreturn]] void clearUpAfter(int pipe, const std::string &path) {
+// Signals that end the command, such as those of a terminal, must not end its janitor, nor must its
+// end before it has read the answer.
+[[noreturn]] void clearUpAfter(int pipe, int answer, std::string path) {
     setsid();
     prctl(PR_SET_NAME, "emltext-janitor");
-    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM}) {
+    for (const int number :
+         {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGPIPE}) {
         static_cast<void>(std::signal(number, SIG_IGN));
     }
+    const Made made = makeDirectory(path);
+    const bool told = write(answer, &made, sizeof made) == static_cast<ssize_t>(sizeof made);
     keepOnly(pipe);
-    clearAway(groupsAtTheEnd(pipe), path);
+    const std::set<pid_t> groups = told ? groupsAtTheEnd(pipe) : std::set<pid_t>();
+    if (made.error == 0) {
+        clearAway(groups, path);
+    }
     _exit(0);
+}
+
+// The answer; EIO when the janitor ended without one.
+Made readAnswer(int answer) {
+    Made made;
+    ssize_t count = -1;
+    do {
+        count = read(answer, &made, sizeof made);
+    } while (count < 0 && errno == EINTR);
+    if (count != static_cast<ssize_t>(sizeof made)) {
+        made.error = EIO;
+    }
+    return made;
 }
 
 } // namespace
 
-RunDirectory::RunDirectory() : path_(makeDirectory()) {
-    startJanitor();
+RunDirectory::RunDirectory() {
+    const std::string root = temporaryRoot();
+    std::error_code failure;
+    path_ = std::filesystem::absolute(root, failure).string() + "/" + std::string(kTemplate);
+    if (const int error = make(); error != 0) {
+        throw std::system_error(error, std::generic_category(),
+                                "no directory for temporary files can be made in " + root +
+                                    " (TMPDIR names another place)");
+    }
 }
 
-void RunDirectory::startJanitor() {
+// The janitor makes the directory, so that there is no moment in which nobody would remove it.
+int RunDirectory::make() {
     std::array<int, 2> ends{};
+    std::array<int, 2> answer{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return;
+        return makeDirectory(path_).error;
+    }
+    if (pipe2(answer.data(), O_CLOEXEC) != 0) {
+        close(ends[0]);
+        close(ends[1]);
+        return makeDirectory(path_).error;
     }
     janitor_ = fork();
     if (janitor_ == 0) {
-        clearUpAfter(ends[0], path_);
+        clearUpAfter(ends[0], answer[1], path_);
     }
     close(ends[0]);
+    close(answer[1]);
     pipe_ = ends[1];
+    const Made made = janitor_ > 0 ? readAnswer(answer[0]) : makeDirectory(path_);
+    close(answer[0]);
+    path_.replace(path_.size() - made.end.size(), made.end.size(), made.end.data(),
+                  made.end.size());
+    if (made.error != 0) {
+        release();
+    }
+    return made.error;
 }
 
-RunDirectory::~RunDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+void RunDirectory::release() {
     if (pipe_ >= 0) {
         close(pipe_);
     }
@@ -130,6 +182,12 @@ RunDirectory::~RunDirectory() {
         while (waitpid(janitor_, nullptr, 0) < 0 && errno == EINTR) {
         }
     }
+}
+
+RunDirectory::~RunDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+    release();
 }
 
 void RunDirectory::noteWorker(pid_t group) const {

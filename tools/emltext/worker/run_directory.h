@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The private directory of a run, for everything that must be gone when the run is over. A janitor
-// process, which does nothing else, waits for the command's end: should it be killed, the janitor
-// ends the workers that are left and removes the directory.
+// process makes it and waits for the command's end: should that be killed, the janitor ends the
+// workers that are left and removes the directory.
 #pragma once
 
 #include <string>
@@ -27,7 +27,8 @@ public:
     void forgetWorker(pid_t group) const;
 
 private:
-    void startJanitor();
+    int make(); // 0 or an errno
+    void release();
     void tellJanitor(pid_t message) const;
 
     std::string path_;
