@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+#include <ostream>
 
 #include <gmock/gmock.h>
 
@@ -23,11 +24,16 @@ int childIn(const std::string &text) {
 }
 
 struct Fate {
+    const char *name;
     const char *message;
     int32_t code;
     const char *reason;
     bool unlessSanitized; // a sanitizer changes the way it dies
 };
+
+void PrintTo(const Fate &fate, std::ostream *out) {
+    *out << fate.name;
+}
 
 class BrokenWorkers : public Workers, public ::testing::WithParamInterface<Fate> {};
 
@@ -55,16 +61,21 @@ TEST_P(BrokenWorkers, CostOnlyTheirMessage) {
 INSTANTIATE_TEST_SUITE_P(
     All, BrokenWorkers,
     ::testing::Values(
-        Fate{"crash\n", emltext::kWorkerCrashed, "it was ended by signal 11 (Segmentation fault)",
+        Fate{"ThatCrash", "crash\n", emltext::kWorkerCrashed,
+             "it was ended by signal 11 (Segmentation fault)", true},
+        Fate{"ThatAbort", "abort\n", emltext::kWorkerCrashed, "it was ended by signal 6 (Aborted)",
              true},
-        Fate{"abort\n", emltext::kWorkerCrashed, "it was ended by signal 6 (Aborted)", true},
-        Fate{"exit 0\n", emltext::kWorkerCrashed, "it ended by itself", false},
-        Fate{"exit 3\n", emltext::kWorkerCrashed, "it ended by itself", false},
-        Fate{"garble\nhang\n", emltext::kWorkerCrashed, "it was ended by signal 9 (Killed)", false},
-        Fate{"hang-up\n", emltext::kWorkerCrashed, "it was ended by signal 9 (Killed)", false},
-        Fate{"hang\n", emltext::kWorkerTimeout, "it took longer than 1 seconds", false},
-        Fate{"exhaust\n", EML_ERR_MEMORY, "there is not enough memory", true},
-        Fate{"exhaust-unchecked\n", emltext::kWorkerMemory,
+        Fate{"ThatEndAsIfAllWereWell", "exit 0\n", emltext::kWorkerCrashed, "it ended by itself",
+             false},
+        Fate{"ThatEnd", "exit 3\n", emltext::kWorkerCrashed, "it ended by itself", false},
+        Fate{"ThatTalkNonsense", "garble\nhang\n", emltext::kWorkerCrashed,
+             "it was ended by signal 9 (Killed)", false},
+        Fate{"ThatCloseTheirSocket", "hang-up\n", emltext::kWorkerCrashed,
+             "it was ended by signal 9 (Killed)", false},
+        Fate{"ThatHang", "hang\n", emltext::kWorkerTimeout, "it took longer than 1 seconds", false},
+        Fate{"ThatAskForTooMuchMemory", "exhaust\n", EML_ERR_MEMORY, "there is not enough memory",
+             true},
+        Fate{"ThatDoNotLookWhatTheyGot", "exhaust-unchecked\n", emltext::kWorkerMemory,
              "it needed more than 268435456 bytes of memory", true}));
 
 TEST_F(Workers, CrashUnderASanitizerToo) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The quoting of mbox files, and frames that nobody should have sent.
 #include <array>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -27,9 +28,14 @@ std::string unquoted(std::string_view text, std::size_t pieceSize) {
 }
 
 struct Quoted {
+    const char *name;
     const char *text;
     const char *expected;
 };
+
+void PrintTo(const Quoted &quoted, std::ostream *out) {
+    *out << quoted.name;
+}
 
 class UnquotedMbox : public ::testing::TestWithParam<Quoted> {};
 
@@ -41,14 +47,15 @@ TEST_P(UnquotedMbox, IsTheSameInPiecesOfAnySize) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, UnquotedMbox,
-    ::testing::Values(Quoted{"", ""}, Quoted{"text\n", "text\n"},
-                      Quoted{">From a\n>>From b\nFrom c\n", "From a\n>From b\nFrom c\n"},
-                      Quoted{"text >From a\n> From b\n>Front\n",
-                             "text >From a\n> From b\n>Front\n"},
-                      Quoted{">>>\n>\n>", ">>>\n>\n>"}, Quoted{">Fro", ">Fro"},
-                      Quoted{">>>From", ">>>From"}, Quoted{">From ", "From "},
-                      Quoted{">F>From \n>From\n", ">F>From \n>From\n"},
-                      Quoted{"\r\n>From a\r\n\r\n>From b", "\r\nFrom a\r\n\r\nFrom b"}));
+    ::testing::Values(
+        Quoted{"Nothing", "", ""}, Quoted{"Text", "text\n", "text\n"},
+        Quoted{"OneMarkIsTakenOff", ">From a\n>>From b\nFrom c\n", "From a\n>From b\nFrom c\n"},
+        Quoted{"OnlyAtTheBeginning", "text >From a\n> From b\n>Front\n",
+               "text >From a\n> From b\n>Front\n"},
+        Quoted{"MarksAlone", ">>>\n>\n>", ">>>\n>\n>"}, Quoted{"CutWord", ">Fro", ">Fro"},
+        Quoted{"WithoutABlank", ">>>From", ">>>From"}, Quoted{"AtTheEnd", ">From ", "From "},
+        Quoted{"BehindAnotherWord", ">F>From \n>From\n", ">F>From \n>From\n"},
+        Quoted{"CrLf", "\r\n>From a\r\n\r\n>From b", "\r\nFrom a\r\n\r\nFrom b"}));
 
 class Frames : public ::testing::Test {
 protected:
