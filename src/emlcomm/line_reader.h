@@ -69,6 +69,24 @@ enum class NextLine { kRead, kInputUsedUp, kFailed };
 // Refills the block and reads the next line, for the walkers.
 NextLine readNextLine(ExtractionHandle *handle);
 
+// Gives line after line to `takeLine` until it ends the walk by walk.ending or fails, or the input
+// is used up. EML_OK, or the code of what failed.
+template <typename Walk> int32_t takeLines(Walk &walk, int32_t (*takeLine)(Walk &)) {
+    using Ending = decltype(walk.ending);
+    int32_t code = EML_OK;
+    while (code == EML_OK && walk.ending == Ending::kNone) {
+        const NextLine next = readNextLine(walk.handle);
+        if (next == NextLine::kRead) {
+            code = takeLine(walk);
+        } else if (next == NextLine::kInputUsedUp) {
+            walk.ending = Ending::kInputUsedUp;
+        } else {
+            code = EML_ERR_MEMORY;
+        }
+    }
+    return code;
+}
+
 // Reads the line at rereadPos again into lineBuffer, without moving on. EML_OK or EML_ERR_MEMORY.
 int32_t rereadLine(ExtractionHandle *handle);
 

@@ -336,23 +336,6 @@ int32_t takeLine(MessageAlternative &walk) {
     return takeAnyLine(walk);
 }
 
-int32_t readLines(MessageAlternative &walk) {
-    while (walk.ending == Ending::kNone) {
-        const eml::NextLine next = eml::readNextLine(walk.handle);
-        if (next == eml::NextLine::kFailed) {
-            return EML_ERR_MEMORY;
-        }
-        if (next == eml::NextLine::kInputUsedUp) {
-            walk.ending = Ending::kInputUsedUp;
-            return EML_OK;
-        }
-        if (const int32_t code = takeLine(walk); code != EML_OK) {
-            return code;
-        }
-    }
-    return EML_OK;
-}
-
 int32_t finalStep(MessageAlternative &walk) {
     if (!isHtml(walk) || !walk.part.isOpen()) {
         return EML_OK;
@@ -373,7 +356,7 @@ int32_t finalStep(MessageAlternative &walk) {
 QOB_EXPORT int32_t Mix_Content_Only(ExtractionHandle *handle) {
     MessageAlternative walk = {.handle = handle};
     walk.charsetKnown = handle->charsetName[0] != '\0';
-    int32_t code = readLines(walk);
+    int32_t code = eml::takeLines(walk, takeLine);
     if (code == EML_OK &&
         (walk.ending == Ending::kFinalStep || walk.ending == Ending::kInputUsedUp)) {
         code = finalStep(walk);

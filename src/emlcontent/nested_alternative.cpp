@@ -272,23 +272,6 @@ int32_t takeLine(NestedAlternative &walk) {
     return takeOtherLine(walk);
 }
 
-int32_t readLines(NestedAlternative &walk) {
-    while (walk.ending == Ending::kNone) {
-        const eml::NextLine next = eml::readNextLine(walk.handle);
-        if (next == eml::NextLine::kFailed) {
-            return EML_ERR_MEMORY;
-        }
-        if (next == eml::NextLine::kInputUsedUp) {
-            walk.ending = Ending::kInputUsedUp;
-            return EML_OK;
-        }
-        if (const int32_t code = takeLine(walk); code != EML_OK) {
-            return code;
-        }
-    }
-    return EML_OK;
-}
-
 int32_t finishWalk(NestedAlternative &walk) {
     if (walk.ending == Ending::kFlush &&
         eml::flushCollectedText(walk.handle, walk.text) == eml::ReadBack::kNotOpened) {
@@ -307,7 +290,7 @@ int32_t finishWalk(NestedAlternative &walk) {
 
 QOB_EXPORT int32_t Mix_Content_alter(ExtractionHandle *handle) {
     NestedAlternative walk = {.handle = handle};
-    int32_t code = readLines(walk);
+    int32_t code = eml::takeLines(walk, takeLine);
     if (code == EML_OK) {
         code = finishWalk(walk);
     }
