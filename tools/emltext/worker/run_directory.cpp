@@ -174,7 +174,7 @@ int RunDirectory::make() {
     return made.error;
 }
 
-void RunDirectory::release() {
+void RunDirectory::release() const {
     if (pipe_ >= 0) {
         close(pipe_);
     }

@@ -28,7 +28,7 @@ public:
 
 private:
     int make(); // 0 or an errno
-    void release();
+    void release() const;
     void tellJanitor(pid_t message) const;
 
     std::string path_;
