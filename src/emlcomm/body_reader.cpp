@@ -183,16 +183,12 @@ int32_t takeMixedLine(PartWalk &walk) {
     return EML_OK;
 }
 
-// Reads a line that is not empty into lineBuffer. EML_OK or EML_ERR_MEMORY.
-int32_t readTextLine(ExtractionHandle *handle, int32_t limit) {
-    return eml::takeLineLength(handle, MemLineRead(handle, handle->lineBuffer, limit));
-}
-
 // multipart/mixed, multipart/report and untyped messages with a boundary.
 int32_t walkMixed(ExtractionHandle *handle) {
     PartWalk walk = {.handle = handle};
     while (eml::blockHasMore(handle)) {
-        if (const int32_t code = readTextLine(handle, handle->blockLength); code != EML_OK) {
+        if (const int32_t code = eml::readLineWithText(handle, handle->blockLength);
+            code != EML_OK) {
             return code;
         }
         if (eml::currentLine(handle) == ".") {
@@ -251,7 +247,7 @@ int32_t takeAlternativeLine(PartWalk &walk) {
 int32_t walkAlternative(ExtractionHandle *handle) {
     PartWalk walk = {.handle = handle};
     while (eml::blockHasMore(handle)) {
-        if (const int32_t code = readTextLine(handle, kBlockSize); code != EML_OK) {
+        if (const int32_t code = eml::readLineWithText(handle, kBlockSize); code != EML_OK) {
             return code;
         }
         if (const int32_t code = takeAlternativeLine(walk); code != EML_OK) {

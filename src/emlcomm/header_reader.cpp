@@ -270,9 +270,8 @@ QOB_EXPORT int32_t EMLReadHeader(ExtractionHandle *handle) {
     HeaderWalk walk = {.handle = handle};
     Next next = Next::kLine;
     while (next == Next::kLine && eml::filePosition(handle) < handle->fileSize) {
-        handle->lineLength = MemEveryLineRead(handle, handle->lineBuffer, kBlockSize);
-        if (eml::readFailed(handle->lineLength)) {
-            return EML_ERR_MEMORY;
+        if (const int32_t code = eml::readLine(handle, kBlockSize); code != EML_OK) {
+            return code;
         }
         handle->encodedWordFlag = 0;
         if (handle->lineLength == 0) {

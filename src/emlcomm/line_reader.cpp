@@ -20,7 +20,16 @@ int32_t readableEnd(const ExtractionHandle *handle, int32_t limit) {
 }
 
 bool isLineEnd(char c) {
-    return IsSpace_crlf(c) == 1;
+    return c == '\r' || c == '\n';
+}
+
+// The first line end of [from, stop), or stop. Two searches of the C library take many bytes at a
+// time; the second never looks further than the first got.
+const char *findLineEnd(const char *from, const char *stop) {
+    const auto *lf = static_cast<const char *>(std::memchr(from, '\n', stop - from));
+    const char *end = lf == nullptr ? stop : lf;
+    const auto *cr = static_cast<const char *>(std::memchr(from, '\r', end - from));
+    return cr == nullptr ? end : cr;
 }
 
 // Copies the rest of the line, at most kMaxLineLength bytes, and returns its length. blockPos is
@@ -33,7 +42,7 @@ int32_t copyLine(ExtractionHandle *handle, char *line, int32_t limit, bool &atLi
     }
     const char *from = handle->readBuffer + handle->blockPos;
     const char *stop = from + std::min(end - handle->blockPos, kMaxLineLength);
-    const char *lineEnd = std::find_if(from, stop, isLineEnd);
+    const char *lineEnd = findLineEnd(from, stop);
     const auto length = static_cast<int32_t>(lineEnd - from);
 
     std::memcpy(line, from, static_cast<size_t>(length));
@@ -93,10 +102,8 @@ void skipLineEnds(ExtractionHandle *handle, int32_t limit) {
     }
 }
 
-} // namespace
-
-QOB_EXPORT int32_t MemEveryLineRead(ExtractionHandle *handle, char *line, int32_t limit) {
-    std::memset(line, 0, kLineBufferSize);
+// MemEveryLineRead into a cleared line.
+int32_t readEveryLine(ExtractionHandle *handle, char *line, int32_t limit) {
     handle->lineEndSeen = 0;
     handle->lineStartPos = handle->blockPos;
     if (handle->readBuffer == nullptr) {
@@ -113,8 +120,8 @@ QOB_EXPORT int32_t MemEveryLineRead(ExtractionHandle *handle, char *line, int32_
     return length;
 }
 
-QOB_EXPORT int32_t MemLineRead(ExtractionHandle *handle, char *line, int32_t limit) {
-    std::memset(line, 0, kLineBufferSize);
+// MemLineRead into a cleared line.
+int32_t readTextLine(ExtractionHandle *handle, char *line, int32_t limit) {
     handle->lineStartPos = handle->lineStartMark;
     if (handle->readBuffer == nullptr) {
         return EML_ERR_MEMORY;
@@ -128,6 +135,34 @@ QOB_EXPORT int32_t MemLineRead(ExtractionHandle *handle, char *line, int32_t lim
         }
     }
     return length;
+}
+
+// Stores what a reader put into lineBuffer. After a failed reload that is part of a line.
+int32_t takeLineLength(ExtractionHandle *handle, int32_t length) {
+    if (eml::readFailed(length)) {
+        std::memset(handle->lineBuffer, 0, kLineBufferSize);
+        handle->lineLength = 0;
+        return EML_ERR_MEMORY;
+    }
+    handle->lineLength = length;
+    return EML_OK;
+}
+
+// Clears what the line in lineBuffer takes up: the bytes behind it are zero already.
+void clearLineBuffer(ExtractionHandle *handle) {
+    std::memset(handle->lineBuffer, 0, static_cast<size_t>(handle->lineLength));
+}
+
+} // namespace
+
+QOB_EXPORT int32_t MemEveryLineRead(ExtractionHandle *handle, char *line, int32_t limit) {
+    std::memset(line, 0, kLineBufferSize);
+    return readEveryLine(handle, line, limit);
+}
+
+QOB_EXPORT int32_t MemLineRead(ExtractionHandle *handle, char *line, int32_t limit) {
+    std::memset(line, 0, kLineBufferSize);
+    return readTextLine(handle, line, limit);
 }
 
 QOB_EXPORT int32_t LineReadFromSeek(ExtractionHandle *handle, char *line, int32_t maxLength,
@@ -260,14 +295,18 @@ Refill refillBlock(ExtractionHandle *handle) {
     return reloadAtReadPosition(handle) == EML_OK ? Refill::kReady : Refill::kNoMemory;
 }
 
-int32_t takeLineLength(ExtractionHandle *handle, int32_t length) {
-    handle->lineLength = readFailed(length) ? 0 : length;
-    return readFailed(length) ? EML_ERR_MEMORY : EML_OK;
+int32_t readLine(ExtractionHandle *handle, int32_t limit) {
+    clearLineBuffer(handle);
+    return takeLineLength(handle, readEveryLine(handle, handle->lineBuffer, limit));
 }
 
 int32_t readLine(ExtractionHandle *handle) {
-    return takeLineLength(handle,
-                          MemEveryLineRead(handle, handle->lineBuffer, handle->blockLength));
+    return readLine(handle, handle->blockLength);
+}
+
+int32_t readLineWithText(ExtractionHandle *handle, int32_t limit) {
+    clearLineBuffer(handle);
+    return takeLineLength(handle, readTextLine(handle, handle->lineBuffer, limit));
 }
 
 NextLine readNextLine(ExtractionHandle *handle) {

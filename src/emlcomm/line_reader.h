@@ -57,11 +57,11 @@ inline bool readFailed(int32_t length) {
     return length == EML_ERR_MEMORY;
 }
 
-// Stores what a reader returned as lineLength. EML_OK, or EML_ERR_MEMORY for a failed reload.
-int32_t takeLineLength(ExtractionHandle *handle, int32_t length);
-
-// Reads the next line into lineBuffer and its length into lineLength. EML_OK or EML_ERR_MEMORY.
+// Read the next line into lineBuffer and its length into lineLength: as MemEveryLineRead (up to the
+// block's end where no limit is given), and as MemLineRead. EML_OK or EML_ERR_MEMORY.
+int32_t readLine(ExtractionHandle *handle, int32_t limit);
 int32_t readLine(ExtractionHandle *handle);
+int32_t readLineWithText(ExtractionHandle *handle, int32_t limit);
 
 // What reading a walker's next line came to; a failure is always EML_ERR_MEMORY.
 enum class NextLine { kRead, kInputUsedUp, kFailed };
