@@ -39,33 +39,12 @@ QOB_EXPORT int32_t EmlCmpCheckContent(const char *src, char *dst, int32_t n) {
 
 namespace eml {
 
-char upperCase(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
 std::string_view skipBlanks(std::string_view text) {
     size_t blanks = 0;
     while (blanks < text.size() && IsSpace(text[blanks]) != 0) {
         ++blanks;
     }
     return text.substr(blanks);
-}
-
-std::string_view textFrom(std::string_view text, size_t position) {
-    return text.substr(std::min(position, text.size()));
-}
-
-char charAt(std::string_view text, size_t position) {
-    return position < text.size() ? text[position] : '\0';
-}
-
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
-bool startsWithNoCase(std::string_view text, std::string_view prefix) {
-    return text.size() >= prefix.size() &&
-           QobEmlCMPBuf(text.data(), prefix.data(), static_cast<int32_t>(prefix.size())) == 1;
 }
 
 bool contains(std::string_view text, std::string_view needle) {

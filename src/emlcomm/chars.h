@@ -27,20 +27,45 @@ QOB_EXPORT int32_t EmlCmpCheckContent(const char *src, char *dst, int32_t n);
 namespace eml {
 
 // Upper case of one byte: ASCII letters only, whatever the process's locale is.
-char upperCase(char c);
+constexpr char upperCase(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
 
 // The text without its leading blanks.
 std::string_view skipBlanks(std::string_view text);
 
 // The text from `position` on; empty when the text is shorter.
-std::string_view textFrom(std::string_view text, size_t position);
+constexpr std::string_view textFrom(std::string_view text, size_t position) {
+    return text.substr(position < text.size() ? position : text.size());
+}
 
 // The byte at `position`, or NUL when the text is shorter.
-char charAt(std::string_view text, size_t position);
+constexpr char charAt(std::string_view text, size_t position) {
+    return position < text.size() ? text[position] : '\0';
+}
 
 // Exact and case-insensitive prefix tests.
-bool startsWith(std::string_view text, std::string_view prefix);
-bool startsWithNoCase(std::string_view text, std::string_view prefix);
+constexpr bool startsWith(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+constexpr bool startsWithNoCase(std::string_view text, std::string_view prefix) {
+    size_t same = 0;
+    while (same < prefix.size() && same < text.size() &&
+           upperCase(text[same]) == upperCase(prefix[same])) {
+        ++same;
+    }
+    return same == prefix.size();
+}
+
+// startsWith for a prefix that is a handle field. Few lines begin with it, so that its length is
+// not looked for.
+constexpr bool startsWithField(std::string_view text, const char *field) {
+    size_t same = 0;
+    while (field[same] != '\0' && same < text.size() && text[same] == field[same]) {
+        ++same;
+    }
+    return field[same] == '\0';
+}
 
 // Whether `needle` stands in the text before any NUL.
 bool contains(std::string_view text, std::string_view needle);

@@ -92,13 +92,13 @@ LineOutcome takeHtmlLine(TextBody &body, std::string_view line) {
     }
     const LineDecoding decoding =
         eml::decodeLine(handle, line, handle->transferEncoding, body.html.file, RawLineEnd::kNone);
-    if (decoding.code == EML_OK && !decoding.nothingWritten) {
+    if (decoding.code == EML_OK && decoding.raw != eml::RawWrite::kNothing) {
         return kGoOn;
     }
     eml::discardTempFile(body.html);
     // Only the single-part reader reports, and only a base64 failure; every other one loses the
     // document and nothing else.
-    const bool reported = decoding.encoding == EML_TE_BASE64 && !body.withBoundary;
+    const bool reported = handle->transferEncoding == EML_TE_BASE64 && !body.withBoundary;
     return endWith(reported ? decoding.code : EML_OK);
 }
 
@@ -111,7 +111,7 @@ LineOutcome takePlainLine(TextBody &body, std::string_view line) {
     if (decoding.code == EML_OK) {
         return kGoOn;
     }
-    if (decoding.encoding == EML_TE_QUOTED_PRINTABLE) {
+    if (handle->transferEncoding == EML_TE_QUOTED_PRINTABLE) {
         // The file is left where it is, for the host to find.
         eml::closeTempFile(body.text);
         body.text.name[0] = '\0';
@@ -138,7 +138,7 @@ LineOutcome takeUntypedLine(ExtractionHandle *handle, std::string_view line) {
         eml::closeFile(handle->outputFile);
         return endWith(decoding.code);
     }
-    return decoding.nothingWritten ? endWith(EML_OK) : kGoOn;
+    return decoding.raw == eml::RawWrite::kNothing ? endWith(EML_OK) : kGoOn;
 }
 
 void takeEmptyLine(const TextBody &body) {

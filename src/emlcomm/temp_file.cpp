@@ -2,6 +2,7 @@
 // Temporary files: made, filled, flushed, handed over, removed.
 #include "emlcomm/temp_file.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "emlcomm/base64.h"
@@ -24,6 +25,22 @@ static_assert(kMetaOpening.size() + kPartCharsetSize + kMetaClosing.size() < kMe
 eml::ReadBack closeAfter(QobFile *file, eml::ReadBack code) {
     QOB_FileClose(file);
     return code;
+}
+
+eml::RawWrite writeRawLine(ExtractionHandle *handle, std::string_view line, QobFile *file,
+                           eml::RawLineEnd lineEnd) {
+    if (file == nullptr) {
+        return eml::RawWrite::kWhole;
+    }
+    const auto length = static_cast<int32_t>(line.size());
+    const int32_t written = QOB_FileWrite(line.data(), 1, length, file);
+    if (lineEnd == eml::RawLineEnd::kAdd) {
+        WriteCRLFToFile_tmp(handle, file);
+    }
+    if (written >= length) {
+        return eml::RawWrite::kWhole;
+    }
+    return written == 0 ? eml::RawWrite::kNothing : eml::RawWrite::kPart;
 }
 
 } // namespace
@@ -74,12 +91,14 @@ ReadBack readWholeFile(const char *name, Buffer &text, uint32_t &length) {
     if (size == 0 || size == -1) {
         return closeAfter(file, ReadBack::kDone);
     }
-    text = newBuffer(static_cast<uint32_t>(size));
+    text.reset(allocBuffer(static_cast<uint32_t>(size)));
     if (text == nullptr) {
         return closeAfter(file, ReadBack::kNoBuffer);
     }
     QOB_FileSeek(file, 0, 0);
-    QOB_FileRead(text.get(), 1, size, file);
+    // What cannot be read is zero.
+    const int32_t count = std::clamp(QOB_FileRead(text.get(), 1, size, file), 0, size);
+    std::memset(text.get() + count, 0, static_cast<size_t>(size - count));
     length = static_cast<uint32_t>(size);
     return closeAfter(file, ReadBack::kDone);
 }
@@ -102,20 +121,14 @@ ReadBack flushCollectedText(ExtractionHandle *handle, TempFile &temp) {
 LineDecoding decodeLine(ExtractionHandle *handle, std::string_view line, int32_t encoding,
                         QobFile *file, RawLineEnd lineEnd) {
     const auto length = static_cast<uint32_t>(line.size());
-    LineDecoding decoding = {encoding, EML_OK, false, false};
-    if (encoding == EML_TE_BASE64) {
-        decoding.code = analyzeBase64_tmpfile(handle, line.data(), length, file);
-    } else if (encoding == EML_TE_QUOTED_PRINTABLE) {
-        decoding.code = analyzeQF(handle, line.data(), length, file, 0);
-    } else if (file != nullptr) {
-        const int32_t written = QOB_FileWrite(line.data(), 1, static_cast<int32_t>(length), file);
-        decoding.shortWrite = written < static_cast<int32_t>(length);
-        decoding.nothingWritten = written == 0;
-        if (lineEnd == RawLineEnd::kAdd) {
-            WriteCRLFToFile_tmp(handle, file);
-        }
+    switch (encoding) {
+    case EML_TE_BASE64:
+        return {analyzeBase64_tmpfile(handle, line.data(), length, file), RawWrite::kWhole};
+    case EML_TE_QUOTED_PRINTABLE:
+        return {analyzeQF(handle, line.data(), length, file, 0), RawWrite::kWhole};
+    default:
+        return {EML_OK, writeRawLine(handle, line, file, lineEnd)};
     }
-    return decoding;
 }
 
 void writeMetaTag(QobFile *file, std::string_view charset, bool onlyFirstTag) {

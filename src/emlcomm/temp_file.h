@@ -49,19 +49,20 @@ ReadBack readWholeFile(const char *name, Buffer &text, uint32_t &length);
 // never made is nothing to flush.
 ReadBack flushCollectedText(ExtractionHandle *handle, TempFile &temp);
 
-// What writing one line into a file came to: the decoder's code, or how many bytes of a line that
-// is not encoded were taken.
+// How much of a line that is not encoded a file took.
+enum class RawWrite : int32_t { kWhole, kPart, kNothing };
+
+// What writing one line into a file came to: the decoder's code, or how much of a raw line went in.
 struct LineDecoding {
-    int32_t encoding; // EML_TE_BASE64, EML_TE_QUOTED_PRINTABLE, or any other: raw
     int32_t code;
-    bool shortWrite;     // a raw line was not taken whole
-    bool nothingWritten; // none of a raw line was taken
+    RawWrite raw;
 };
 
 enum class RawLineEnd { kNone, kAdd };
 
-// Decodes the line in hand into `file` by `encoding`; a raw line goes in as it stands, followed by
-// a line end when one is asked for.
+// Decodes the line in hand into `file` by `encoding`, EML_TE_BASE64 or EML_TE_QUOTED_PRINTABLE;
+// with any other it is raw. A raw line goes in as it stands, followed by a line end when one is
+// asked for.
 LineDecoding decodeLine(ExtractionHandle *handle, std::string_view line, int32_t encoding,
                         QobFile *file, RawLineEnd lineEnd);
 

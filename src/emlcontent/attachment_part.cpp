@@ -133,10 +133,10 @@ int32_t decodeBodyLine(AttachmentPart &part) {
     const int32_t encoding = nested ? handle->nestedTransferEncoding : handle->partTransferEncoding;
     const LineDecoding decoding =
         eml::decodeLine(handle, part.line, encoding, part.file.file, RawLineEnd::kAdd);
-    if (decoding.shortWrite) {
+    if (decoding.raw != eml::RawWrite::kWhole) {
         return EML_ERR_SHORT_WRITE;
     }
-    const bool ignored = decoding.encoding == EML_TE_QUOTED_PRINTABLE && !nested;
+    const bool ignored = encoding == EML_TE_QUOTED_PRINTABLE && !nested;
     return ignored ? EML_OK : decoding.code;
 }
 
@@ -144,8 +144,11 @@ int32_t decodeBodyLine(AttachmentPart &part) {
 // ends the body.
 bool takeNestedDelimiter(AttachmentPart &part) {
     const char *field = part.handle->nestedBoundary;
+    if (field[0] == '\0') {
+        return false;
+    }
     const std::string_view nested(field, strnlen(field, kBoundarySize));
-    if (nested.empty() || !eml::startsWithNoCase(part.line, nested)) {
+    if (!eml::startsWithNoCase(part.line, nested)) {
         return false;
     }
     const bool closing = eml::startsWith(eml::textFrom(part.line, nested.size()), "--");
@@ -170,7 +173,7 @@ bool startsAttachment(const AttachmentPart &part) {
 
 // Delimiters, and then body lines or the header lines that may name the file.
 int32_t takePartLine(AttachmentPart &part) {
-    if (eml::startsWith(eml::textFrom(part.line, 2), part.handle->boundary)) {
+    if (eml::startsWithField(eml::textFrom(part.line, 2), part.handle->boundary)) {
         part.ended = part.inBody;
         return EML_OK;
     }

@@ -95,12 +95,13 @@ void takeTypeLine(ExtractionHandle *handle, std::string_view line) {
 }
 
 int32_t copyLine(const DigestEntry &entry, std::string_view line) {
-    const LineDecoding decoding = eml::decodeLine(
-        entry.handle, line, entry.handle->partTransferEncoding, entry.file.file, RawLineEnd::kAdd);
-    if (decoding.shortWrite) {
+    const int32_t encoding = entry.handle->partTransferEncoding;
+    const LineDecoding decoding =
+        eml::decodeLine(entry.handle, line, encoding, entry.file.file, RawLineEnd::kAdd);
+    if (decoding.raw != eml::RawWrite::kWhole) {
         return EML_ERR_SHORT_WRITE;
     }
-    return decoding.encoding == EML_TE_BASE64 ? decoding.code : EML_OK;
+    return encoding == EML_TE_BASE64 ? decoding.code : EML_OK;
 }
 
 // Reads the next line, or the marked one again, and remembers the block that it begins in. False
@@ -144,7 +145,7 @@ int32_t copyLines(DigestEntry &entry) {
         }
         const std::string_view line = eml::currentLine(handle);
         if (eml::startsWith(line, "--")) {
-            if (eml::startsWith(eml::textFrom(line, 2), handle->boundary)) {
+            if (eml::startsWithField(eml::textFrom(line, 2), handle->boundary)) {
                 return unreadLine(entry);
             }
             continue; // delimiters of nested multiparts are not copied

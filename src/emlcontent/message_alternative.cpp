@@ -247,7 +247,7 @@ int32_t takePlainLine(MessageAlternative &walk) {
     const LineDecoding decoding = eml::decodeLine(handle, walk.line, handle->partTransferEncoding,
                                                   walk.part.file, RawLineEnd::kAdd);
     walk.nextPartSeen = false;
-    return decoding.encoding == EML_TE_BASE64 ? decoding.code : EML_OK;
+    return handle->partTransferEncoding == EML_TE_BASE64 ? decoding.code : EML_OK;
 }
 
 int32_t takeHtmlLine(MessageAlternative &walk) {
@@ -271,10 +271,10 @@ int32_t takeHtmlLine(MessageAlternative &walk) {
     }
     const LineDecoding decoding = eml::decodeLine(handle, walk.line, handle->partTransferEncoding,
                                                   walk.part.file, RawLineEnd::kNone);
-    if (decoding.shortWrite) {
+    if (decoding.raw != eml::RawWrite::kWhole) {
         return EML_ERR_SHORT_WRITE;
     }
-    return decoding.encoding == EML_TE_BASE64 ? decoding.code : EML_OK;
+    return handle->partTransferEncoding == EML_TE_BASE64 ? decoding.code : EML_OK;
 }
 
 int32_t takeBodyLine(MessageAlternative &walk) {

@@ -177,7 +177,7 @@ int32_t takePlainLine(NestedAlternative &walk) {
     }
     const LineDecoding decoding = eml::decodeLine(handle, walk.line, handle->partTransferEncoding,
                                                   walk.text.file, RawLineEnd::kAdd);
-    return decoding.encoding == EML_TE_BASE64 ? decoding.code : EML_OK;
+    return handle->partTransferEncoding == EML_TE_BASE64 ? decoding.code : EML_OK;
 }
 
 // The empty line that ends an HTML part's header opens its file and is not itself written.
@@ -209,10 +209,10 @@ int32_t takeHtmlLine(NestedAlternative &walk) {
     }
     const LineDecoding decoding =
         eml::decodeLine(handle, walk.line, handle->partTransferEncoding, file, RawLineEnd::kNone);
-    if (decoding.shortWrite) {
+    if (decoding.raw != eml::RawWrite::kWhole) {
         return EML_ERR_SHORT_WRITE;
     }
-    return decoding.encoding == EML_TE_BASE64 ? decoding.code : EML_OK;
+    return handle->partTransferEncoding == EML_TE_BASE64 ? decoding.code : EML_OK;
 }
 
 int32_t takeContentLine(NestedAlternative &walk) {

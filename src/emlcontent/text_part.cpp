@@ -117,7 +117,7 @@ int32_t takePlainLine(TextPart &part, std::string_view line) {
     }
     const LineDecoding decoding = eml::decodeLine(handle, line, handle->partTransferEncoding,
                                                   part.text.file, RawLineEnd::kNone);
-    if (decoding.encoding == EML_TE_BASE64) {
+    if (handle->partTransferEncoding == EML_TE_BASE64) {
         return decoding.code;
     }
     part.lastResult = decoding.code;
@@ -137,13 +137,13 @@ int32_t takeHtmlLine(TextPart &part, std::string_view line) {
     }
     const LineDecoding decoding = eml::decodeLine(handle, line, handle->partTransferEncoding,
                                                   part.html.file, RawLineEnd::kNone);
-    if (decoding.shortWrite) {
+    if (decoding.raw != eml::RawWrite::kWhole) {
         return EML_ERR_SHORT_WRITE;
     }
-    if (decoding.encoding == EML_TE_BASE64) {
+    if (handle->partTransferEncoding == EML_TE_BASE64) {
         return decoding.code;
     }
-    if (decoding.encoding == EML_TE_QUOTED_PRINTABLE) {
+    if (handle->partTransferEncoding == EML_TE_QUOTED_PRINTABLE) {
         part.lastResult = decoding.code;
     }
     return EML_OK;
@@ -161,10 +161,9 @@ int32_t takeBodyLine(TextPart &part, std::string_view line) {
         part.inBody = false;
         return EML_OK;
     }
-    const std::string_view boundary = part.handle->boundary;
     const std::string_view afterDashes = eml::textFrom(line, 2);
-    if (eml::startsWith(afterDashes, boundary)) {
-        part.ended = endsPart(afterDashes, boundary);
+    if (eml::startsWithField(afterDashes, part.handle->boundary)) {
+        part.ended = endsPart(afterDashes, part.handle->boundary);
         return EML_OK;
     }
     if (eml::startsWithNoCase(line, eml::kDescriptionName)) {

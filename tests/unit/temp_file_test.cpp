@@ -151,7 +151,7 @@ TEST_F(TempFileTest, TakesALineInItsEncoding) {
         const eml::LineDecoding decoding =
             eml::decodeLine(&f.handle, row.line, row.encoding, target.file, row.lineEnd);
         EXPECT_EQ(decoding.code, EML_OK);
-        EXPECT_FALSE(decoding.shortWrite || decoding.nothingWritten);
+        EXPECT_EQ(decoding.raw, eml::RawWrite::kWhole);
         EXPECT_EQ(f.host.files[target.name], row.content);
         eml::discardTempFile(target);
     }
@@ -162,14 +162,12 @@ TEST_F(TempFileTest, TellsAShortWriteFromNoneAtAll) {
     f.host.failWritesTo("t1", 1);
     f.host.shortWriteLength = 1;
     const auto shorter = eml::decodeLine(&f.handle, "ab", 0, temp.file, RawLineEnd::kNone);
-    EXPECT_TRUE(shorter.shortWrite);
-    EXPECT_FALSE(shorter.nothingWritten);
+    EXPECT_EQ(shorter.raw, eml::RawWrite::kPart);
 
     f.host.failWritesTo("t1", 1);
     f.host.shortWriteLength = 0;
     const auto none = eml::decodeLine(&f.handle, "ab", 0, temp.file, RawLineEnd::kNone);
-    EXPECT_TRUE(none.shortWrite);
-    EXPECT_TRUE(none.nothingWritten);
+    EXPECT_EQ(none.raw, eml::RawWrite::kNothing);
     eml::discardTempFile(temp);
 }
 
@@ -179,7 +177,7 @@ TEST_F(TempFileTest, NullFileTakesNothingAndIsNoShortWrite) {
         const auto decoding =
             eml::decodeLine(&f.handle, "QUJD", encoding, nullptr, RawLineEnd::kAdd);
         EXPECT_EQ(decoding.code, EML_OK);
-        EXPECT_FALSE(decoding.shortWrite || decoding.nothingWritten) << encoding;
+        EXPECT_EQ(decoding.raw, eml::RawWrite::kWhole) << encoding;
     }
 }
 
