@@ -86,9 +86,8 @@ struct TextConversion {
 uint32_t convertText(ExtractionHandle *handle, const TextConversion &conversion, const char *src,
                      char *dst, uint32_t length) {
     CconvContext context;
-    const CconvOutputRecord record = eml::nextOutputRecord(handle, eml::ConversionKind::kText);
-    if (cconvInitConvert(&context, &record, conversion.outputDescription, conversion.started) !=
-        0) {
+    const CconvOutputRecord *record = eml::nextOutputRecord(handle, eml::ConversionKind::kText);
+    if (cconvInitConvert(&context, record, conversion.outputDescription, conversion.started) != 0) {
         return 0;
     }
     uint32_t produced = 0;
@@ -159,19 +158,18 @@ QOB_EXPORT uint32_t TransCharutf8(ExtractionHandle *handle, const char *src, cha
 
 namespace eml {
 
-CconvOutputRecord nextOutputRecord(ExtractionHandle *handle, ConversionKind kind) {
-    CconvOutputRecord record = {};
+const CconvOutputRecord *nextOutputRecord(ExtractionHandle *handle, ConversionKind kind) {
+    CconvOutputRecord &record = handle->outputRecord;
     record.outputCode = handle->hostParams->outputCode;
     record.firstConversion = handle->convStarted == 0 ? 1 : 0;
     handle->convStarted = 1;
     record.textConversion = kind == ConversionKind::kText ? 1 : 0;
-    if (handle->replaceUnconvertible != 0) {
-        record.replacement[0] = '?';
-        record.replacement[1] = '?';
-    }
+    const uint16_t replacement = handle->replaceUnconvertible != 0 ? '?' : 0;
+    record.replacement[0] = replacement;
+    record.replacement[1] = replacement;
     record.lineEndConversion = kind == ConversionKind::kLineEnd ? 1 : 0;
     record.newlineMode = handle->options.newlineMode;
-    return record;
+    return &record;
 }
 
 uint32_t runConversion(CconvContext *context, const void *src, uint32_t length, void *dst,
@@ -192,7 +190,7 @@ Buffer newConversionBuffer(uint32_t length, uint32_t least) {
     if (needed > std::numeric_limits<uint32_t>::max()) {
         return nullptr;
     }
-    return newBuffer(static_cast<uint32_t>(needed));
+    return Buffer(allocBuffer(static_cast<uint32_t>(needed)));
 }
 
 void setCharsetName(ExtractionHandle *handle, const char *name) {
@@ -207,8 +205,19 @@ int32_t useMessageCharset(ExtractionHandle *handle) {
 }
 
 int32_t usePartCharset(ExtractionHandle *handle) {
+    // Walkers ask for every body line; the name is looked up when the field has changed. It stays
+    // within the field's size: a converter name is shorter, and a name that is kept loses blanks.
+    NormalisedName &last = handle->lastPartCharset;
+    if (last.known && std::memcmp(last.given, handle->partCharset, kPartCharsetSize) == 0) {
+        std::memcpy(handle->charsetName, last.name, kPartCharsetSize);
+        return EML_OK;
+    }
     std::memcpy(handle->charsetName, handle->partCharset, kPartCharsetSize);
-    return TranType(handle, handle->charsetName);
+    const int32_t code = TranType(handle, handle->charsetName);
+    last.known = std::memchr(handle->partCharset, '\0', kPartCharsetSize) != nullptr;
+    std::memcpy(last.given, handle->partCharset, kPartCharsetSize);
+    std::memcpy(last.name, handle->charsetName, kPartCharsetSize);
+    return code;
 }
 
 } // namespace eml

@@ -30,15 +30,17 @@ namespace eml {
 
 enum class ConversionKind { kText, kLineEnd };
 
-// The record for the next conversion of this call; marks the call's first conversion as begun.
-CconvOutputRecord nextOutputRecord(ExtractionHandle *handle, ConversionKind kind);
+// The record for the next conversion of this call, valid until the one after it; marks the call's
+// first conversion as begun.
+const CconvOutputRecord *nextOutputRecord(ExtractionHandle *handle, ConversionKind kind);
 
 // Converts `length` bytes. The bytes produced; 0 on failure.
 uint32_t runConversion(CconvContext *context, const void *src, uint32_t length, void *dst,
                        uint32_t capacity);
 
-// A cleared buffer for `length` bytes converted, of at least `least` bytes. Null when it cannot be
-// had or its size does not fit 32 bits.
+// A buffer for `length` bytes converted, of at least `least` bytes; not cleared, since no more of
+// it is read than the converter produced. Null when it cannot be had or its size does not fit 32
+// bits.
 Buffer newConversionBuffer(uint32_t length, uint32_t least);
 
 // The charset to convert from now on.

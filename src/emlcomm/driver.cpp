@@ -72,7 +72,7 @@ int32_t writeContentLabel(ExtractionHandle *handle) {
         return static_cast<int32_t>(code);
     }
     WriteCRLFToFile(handle);
-    std::memset(handle->convBuffer, 0, kConvBufferSize);
+    eml::clearConvBuffer(handle);
     return EML_OK;
 }
 

@@ -29,6 +29,13 @@ struct OptionsBlock {
 };
 static_assert(sizeof(OptionsBlock) == 40);
 
+// A part's charset field and what charsetName became of it.
+struct NormalisedName {
+    bool known;
+    char given[kPartCharsetSize];
+    char name[kPartCharsetSize];
+};
+
 struct ExtractionHandle {
     SessionRecord *sessionRecord;
     QobFile *outputFile; // file mode; closed by the entry point
@@ -55,9 +62,10 @@ struct ExtractionHandle {
     uint32_t qpBufferUsed;
     uint32_t qpBufferSize;
 
-    char *readBuffer; // the current block; null after a failed reload
-    char *lineBuffer; // kLineBufferSize bytes and a NUL
-    char *convBuffer; // kConvBufferSize bytes and a NUL
+    char *readBuffer;        // the current block; null after a failed reload
+    char *lineBuffer;        // kLineBufferSize bytes and a NUL; zero from lineLength on
+    char *convBuffer;        // kConvBufferSize bytes and a NUL
+    uint32_t convBufferUsed; // the first bytes of it that may not be zero
 
     int32_t blockStart;    // file offset of readBuffer[0]
     int32_t blockPos;      // next unread byte of the block
@@ -72,6 +80,8 @@ struct ExtractionHandle {
     int32_t transferEncoding;
 
     char charsetName[kCharsetNameSize]; // the charset of the text being converted now
+    NormalisedName lastPartCharset;     // of the last partCharset that was taken over
+    CconvOutputRecord outputRecord;     // of the last conversion; its reserved bytes stay zero
 
     // The current body part: the outer set, and the set of a nested multipart that
     // inNestedPart selects.

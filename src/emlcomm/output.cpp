@@ -38,8 +38,8 @@ void writeCounted(ExtractionHandle *handle, const void *data, uint32_t length, Q
 uint32_t convertLineEnd(ExtractionHandle *handle, const void *outputDescription, char *buffer) {
     CconvContext context;
     const auto started = static_cast<uint32_t>(handle->convStarted);
-    const CconvOutputRecord record = eml::nextOutputRecord(handle, eml::ConversionKind::kLineEnd);
-    if (cconvInitConvert(&context, &record, outputDescription, started) != 0) {
+    const CconvOutputRecord *record = eml::nextOutputRecord(handle, eml::ConversionKind::kLineEnd);
+    if (cconvInitConvert(&context, record, outputDescription, started) != 0) {
         return 0;
     }
     uint32_t produced = 0;
@@ -168,12 +168,22 @@ bool ensureOutputOpen(ExtractionHandle *handle) {
     return handle->outputFile != nullptr;
 }
 
-uint32_t writeConverted(ExtractionHandle *handle, std::string_view text, const char *charset) {
-    std::memset(handle->convBuffer, 0, kConvBufferSize);
-    setCharsetName(handle, charset);
-    const uint32_t produced =
-        TransChar(handle, text.data(), handle->convBuffer, static_cast<uint32_t>(text.size()));
+void clearConvBuffer(ExtractionHandle *handle) {
+    std::memset(handle->convBuffer, 0, handle->convBufferUsed);
+    handle->convBufferUsed = 0;
+}
+
+uint32_t writeInCharset(ExtractionHandle *handle, const char *text, uint32_t length) {
+    clearConvBuffer(handle);
+    const uint32_t produced = TransChar(handle, text, handle->convBuffer, length);
+    // A conversion that failed may have written anywhere.
+    handle->convBufferUsed = produced > 0 ? produced : kConvBufferSize;
     return myfwrite(handle, handle->convBuffer, 1, produced, handle->outputFile);
+}
+
+uint32_t writeConverted(ExtractionHandle *handle, std::string_view text, const char *charset) {
+    setCharsetName(handle, charset);
+    return writeInCharset(handle, text.data(), static_cast<uint32_t>(text.size()));
 }
 
 } // namespace eml

@@ -43,8 +43,12 @@ namespace eml {
 // then counts as lost.
 bool ensureOutputOpen(ExtractionHandle *handle);
 
-// Converts `text` from `charset` through convBuffer and writes it to the output. `text` has at most
-// kMaxLineLength bytes. The result of myfwrite.
+// Makes all bytes of convBuffer zero.
+void clearConvBuffer(ExtractionHandle *handle);
+
+// Converts text from charsetName, or from `charset`, through the cleared convBuffer and writes it
+// to the output. At most kMaxLineLength bytes. The result of myfwrite.
+uint32_t writeInCharset(ExtractionHandle *handle, const char *text, uint32_t length);
 uint32_t writeConverted(ExtractionHandle *handle, std::string_view text, const char *charset);
 
 // Whether a result of myfwrite ends the caller's work: any but success and a reached limit.

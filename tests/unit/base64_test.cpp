@@ -347,6 +347,7 @@ TEST(Base64Word, WithPadsInTheMiddleGoesOnWithZeros) {
 TEST(Base64Word, LeavesTheConversionBufferClear) {
     FilterFixture f;
     std::memset(f.handle.convBuffer, 'j', kConvBufferSize);
+    f.handle.convBufferUsed = kConvBufferSize;
     EXPECT_EQ(decodeWord(f, "QUJD"), 0);
     EXPECT_EQ(std::string(f.handle.convBuffer, kConvBufferSize),
               std::string(kConvBufferSize, '\0'));

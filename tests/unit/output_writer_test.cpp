@@ -352,6 +352,7 @@ TEST(ConvertedPiece, IsWrittenFromTheCharsetGiven) {
         return source + "(" + input + ")";
     };
     std::memset(f.handle.convBuffer, 'j', kConvBufferSize);
+    f.handle.convBufferUsed = kConvBufferSize;
     EXPECT_EQ(eml::writeConverted(&f.handle, "text", "EUC-JP"), kOk);
     EXPECT_EQ(f.output(), "EUC-JP(text)");
     EXPECT_STREQ(f.handle.charsetName, "EUC-JP");
