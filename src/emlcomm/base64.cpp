@@ -2,6 +2,7 @@
 // The base64 decoder.
 #include "emlcomm/base64.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
@@ -10,6 +11,7 @@
 #include "emlcomm/charset.h"
 #include "emlcomm/line_reader.h"
 #include "emlcomm/output.h"
+#include "emlcomm/sextets.h"
 
 #define BASE64_ALPHABET "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/="
 
@@ -17,38 +19,78 @@ char Base64Alphatbet[66] = BASE64_ALPHABET;
 
 namespace {
 
-constexpr uint8_t kNoValue = 0xFF;
-constexpr uint8_t kPadValue = 64;
+using Alphabet = char[66];
 
-// The position of every byte in the alphabet and its terminator, kNoValue for the others.
-constexpr std::array<uint8_t, 256> makePositions() {
-    std::array<uint8_t, 256> positions{};
-    positions.fill(kNoValue);
-    constexpr std::string_view kAlphabet(BASE64_ALPHABET, sizeof(BASE64_ALPHABET));
-    for (size_t i = 0; i < kAlphabet.size(); ++i) {
-        positions[static_cast<unsigned char>(kAlphabet[i])] = static_cast<uint8_t>(i);
+constexpr Alphabet kStandardAlphabet = BASE64_ALPHABET;
+constexpr uint8_t kNoPosition = 0xFF;
+constexpr uint8_t kPadPosition = 64;
+
+// The first position of every byte in an alphabet, kNoPosition for those that are not in it. Bytes
+// from 0x80 on never are, whatever the alphabet holds.
+struct Positions {
+    explicit constexpr Positions(const Alphabet &alphabet) {
+        of.fill(kNoPosition);
+        for (size_t i = sizeof(Alphabet); i-- > 0;) {
+            of[static_cast<unsigned char>(alphabet[i])] = static_cast<uint8_t>(i);
+        }
+        std::fill(of.begin() + 0x80, of.end(), kNoPosition);
     }
-    return positions;
+    constexpr uint8_t operator[](char c) const { return of[static_cast<unsigned char>(c)]; }
+
+    std::array<uint8_t, 256> of = {};
+};
+constexpr Positions kStandardPositions(kStandardAlphabet);
+static_assert(kStandardPositions['A'] == 0 && kStandardPositions['/'] == 63);
+static_assert(kStandardPositions['='] == kPadPosition && kStandardPositions['\0'] == 65);
+
+bool isStandardAlphabet() {
+    return std::memcmp(Base64Alphatbet, kStandardAlphabet, sizeof(Alphabet)) == 0;
 }
-constexpr std::array<uint8_t, 256> kPositions = makePositions();
-static_assert(kPositions['A'] == 0 && kPositions['/'] == 63 && kPositions['='] == kPadValue);
 
-using Mapper = int32_t (*)(ExtractionHandle *, char, uint8_t *);
+// How the characters of a line are mapped: as convertAlphatbet does, or with pads counted.
+enum class Mapping { kStreaming, kLast };
 
-void mapCharacters(ExtractionHandle *handle, const char *text, uint32_t length, Mapper mapper,
-                   char *values) {
-    auto *out = reinterpret_cast<uint8_t *>(values);
-    for (uint32_t i = 0; i < length; ++i) {
-        mapper(handle, text[i], out + i);
+void mapCharacter(ExtractionHandle *handle, const Positions &positions, Mapping mapping,
+                  char character, uint8_t *value) {
+    const uint8_t position = positions[character];
+    if (mapping == Mapping::kStreaming) {
+        if (position != kNoPosition && character != '.') {
+            *value = position;
+        }
+    } else if (position < kPadPosition) {
+        *value = position;
+    } else if (character == '=') {
+        ++handle->base64PadCount;
+    }
+}
+
+void mapCharactersBy(const Positions &positions, ExtractionHandle *handle, std::string_view text,
+                     Mapping mapping, char *values) {
+    auto *value = reinterpret_cast<uint8_t *>(values);
+    for (const char character : text) {
+        mapCharacter(handle, positions, mapping, character, value++);
+    }
+}
+
+void mapCharacters(ExtractionHandle *handle, std::string_view text, Mapping mapping, char *values) {
+    if (isStandardAlphabet()) {
+        mapCharactersBy(kStandardPositions, handle, text, mapping, values);
+    } else {
+        mapCharactersBy(Positions(Base64Alphatbet), handle, text, mapping, values);
     }
 }
 
 // Pads are counted only in the line that ends the data. A padded line that more text follows
 // directly, or that is the last of the file, is mapped like any other.
-Mapper mapperForLine(ExtractionHandle *handle, const char *line, uint32_t length) {
+Mapping mappingOfLine(ExtractionHandle *handle, const char *line, uint32_t length) {
     const bool padded = length > 0 && line[length - 1] == '=';
-    return padded && EnterRead(handle, handle->blockLength) == 0 ? convertAlphatbet64
-                                                                 : convertAlphatbet;
+    return padded && EnterRead(handle, handle->blockLength) == 0 ? Mapping::kLast
+                                                                 : Mapping::kStreaming;
+}
+
+// The groups of a line before its last one, which may be padded or cut short.
+constexpr uint32_t groupsBeforeLast(uint32_t count) {
+    return count > 4 ? (count - 5) / 4 + 1 : 0;
 }
 
 // The bytes that a line of `length` characters stands for. Negative when a line of pads counts
@@ -57,12 +99,13 @@ int32_t decodedLength(const ExtractionHandle *handle, uint32_t length) {
     return static_cast<int32_t>(length / 4 * 3) - handle->base64PadCount;
 }
 
-// The values of a line and its decoded bytes, each with room for the last group.
+// The values of a line and its decoded bytes, each with room for the last group. Only what is used
+// of them is cleared, when it is.
 struct Base64Buffers {
     explicit Base64Buffers(uint32_t length) {
         if (length <= std::numeric_limits<uint32_t>::max() - 4) {
-            values = eml::newBuffer(length + 4);
-            decoded = values == nullptr ? nullptr : eml::newBuffer(length + 4);
+            values = eml::Buffer(allocBuffer(length + 4));
+            decoded = values == nullptr ? nullptr : eml::Buffer(allocBuffer(length + 4));
         }
     }
     bool ok() const { return decoded != nullptr; }
@@ -71,30 +114,37 @@ struct Base64Buffers {
     eml::Buffer decoded;
 };
 
-void decodeLine(ExtractionHandle *handle, const char *text, uint32_t length, Mapper mapper,
+// Decodes what a line begins with at once; from the first group that is not plain sextets on,
+// through their values. Bytes that pads leave out of the last group are zero.
+void decodeLine(ExtractionHandle *handle, const char *text, uint32_t length, Mapping mapping,
                 const Base64Buffers &buffers) {
-    mapCharacters(handle, text, length, mapper, buffers.values.get());
-    conver64toNormal(handle, reinterpret_cast<const uint8_t *>(buffers.values.get()),
-                     reinterpret_cast<uint8_t *>(buffers.decoded.get()), length);
+    char *values = buffers.values.get();
+    char *decoded = buffers.decoded.get();
+    const bool standard = isStandardAlphabet();
+    const uint32_t done = standard ? eml::decodeSextets(text, length / 4, decoded) : 0;
+    if (4 * done == length && length > 0 && handle->base64PadCount == 0) {
+        return;
+    }
+    // The last group is cut short by the pads counted, and so are its sextets.
+    const uint32_t groups = groupsBeforeLast(length);
+    const uint32_t kept = std::min(done, groups);
+    const uint32_t rest = length - 4 * kept;
+    std::memset(values, 0, rest + 4);
+    std::memset(decoded + 3 * kept, 0, 3 * (groups - kept + 1));
+    mapCharacters(handle, {text + 4 * kept, rest}, mapping, values);
+    conver64toNormal(handle, reinterpret_cast<const uint8_t *>(values),
+                     reinterpret_cast<uint8_t *>(decoded + 3 * kept), rest);
 }
 
 } // namespace
 
-QOB_EXPORT int32_t convertAlphatbet(ExtractionHandle * /*handle*/, char character, uint8_t *value) {
-    const uint8_t position = kPositions[static_cast<unsigned char>(character)];
-    if (position != kNoValue) {
-        *value = position;
-    }
+QOB_EXPORT int32_t convertAlphatbet(ExtractionHandle *handle, char character, uint8_t *value) {
+    mapCharacter(handle, Positions(Base64Alphatbet), Mapping::kStreaming, character, value);
     return 0;
 }
 
 QOB_EXPORT int32_t convertAlphatbet64(ExtractionHandle *handle, char character, uint8_t *value) {
-    const uint8_t position = kPositions[static_cast<unsigned char>(character)];
-    if (position < kPadValue) {
-        *value = position;
-    } else if (position == kPadValue) {
-        ++handle->base64PadCount;
-    }
+    mapCharacter(handle, Positions(Base64Alphatbet), Mapping::kLast, character, value);
     return 0;
 }
 
@@ -121,11 +171,11 @@ QOB_EXPORT void DoBase64_end(ExtractionHandle *handle, const uint8_t *values, ui
 
 QOB_EXPORT void conver64toNormal(ExtractionHandle *handle, const uint8_t *values, uint8_t *out,
                                  uint32_t count) {
-    const size_t fullGroups = count > 4 ? (count - 5) / 4 + 1 : 0;
-    for (size_t group = 0; group < fullGroups; ++group) {
+    const size_t groups = groupsBeforeLast(count);
+    for (size_t group = 0; group < groups; ++group) {
         DoBase64(handle, values + 4 * group, out + 3 * group);
     }
-    DoBase64_end(handle, values + 4 * fullGroups, out + 3 * fullGroups);
+    DoBase64_end(handle, values + 4 * groups, out + 3 * groups);
 }
 
 QOB_EXPORT int32_t analyzeBase64_tmpfile(ExtractionHandle *handle, const char *line,
@@ -137,7 +187,7 @@ QOB_EXPORT int32_t analyzeBase64_tmpfile(ExtractionHandle *handle, const char *l
     if (!buffers.ok()) {
         return EML_ERR_MEMORY;
     }
-    decodeLine(handle, line, length, mapperForLine(handle, line, length), buffers);
+    decodeLine(handle, line, length, mappingOfLine(handle, line, length), buffers);
     QOB_FileWrite(buffers.decoded.get(), 1, decodedLength(handle, length), target);
     return EML_OK;
 }
@@ -147,13 +197,11 @@ QOB_EXPORT int32_t analyzeBase64(ExtractionHandle *handle, const char *text, uin
     if (!buffers.ok()) {
         return EML_ERR_MEMORY;
     }
-    decodeLine(handle, text, length, convertAlphatbet64, buffers);
-    std::memset(handle->convBuffer, 0, kConvBufferSize);
+    decodeLine(handle, text, length, Mapping::kLast, buffers);
     // More pads than text wrap to a length that no conversion takes.
-    const uint32_t produced = TransChar(handle, buffers.decoded.get(), handle->convBuffer,
-                                        static_cast<uint32_t>(decodedLength(handle, length)));
-    const uint32_t code = myfwrite(handle, handle->convBuffer, 1, produced, handle->outputFile);
-    std::memset(handle->convBuffer, 0, kConvBufferSize);
+    const uint32_t code = eml::writeInCharset(handle, buffers.decoded.get(),
+                                              static_cast<uint32_t>(decodedLength(handle, length)));
+    eml::clearConvBuffer(handle);
     return static_cast<int32_t>(code);
 }
 
@@ -176,7 +224,7 @@ QOB_EXPORT int32_t analyzeBase64_aaaa(ExtractionHandle *handle, const char *line
     if (joinedLength % 4 != 0) {
         handle->base64Carry = joined[--joinedLength];
     }
-    decodeLine(handle, joined.get(), joinedLength, convertAlphatbet, buffers);
+    decodeLine(handle, joined.get(), joinedLength, Mapping::kStreaming, buffers);
     const uint32_t produced = TransChar(handle, buffers.decoded.get(), converted.get(),
                                         static_cast<uint32_t>(decodedLength(handle, joinedLength)));
     return static_cast<int32_t>(myfwrite(handle, converted.get(), 1, produced, handle->outputFile));
@@ -192,7 +240,7 @@ QOB_EXPORT int32_t analyzeBase64_tmpfileutf8(ExtractionHandle *handle, const cha
         return EML_ERR_MEMORY;
     }
     std::memset(values.get(), 0, static_cast<size_t>(length) + 4);
-    mapCharacters(handle, line, length, mapperForLine(handle, line, length), values.get());
+    mapCharacters(handle, {line, length}, mappingOfLine(handle, line, length), values.get());
     QOB_FileWrite(values.get(), 1, static_cast<int32_t>(length), target);
     return EML_OK;
 }

@@ -10,11 +10,12 @@
 
 #include "emlcomm/handle.h"
 
-// The alphabet, '=' at position 64, and a NUL. Exported for the host; the decoders do not read it.
+// The alphabet, '=' at position 64, and a NUL. Exported and writable: the decoders use it as it
+// stands when they are called.
 extern "C" __attribute__((visibility("default"))) char Base64Alphatbet[66];
 
-// Map one character to its value; one that has none leaves *value alone. The first knows '=' as 64
-// and NUL as 65, the second counts '=' as a pad. Always 0.
+// Map one character to its value; one that has none, and '.' in the first, leaves *value alone. The
+// first knows '=' as 64 and NUL as 65, the second counts '=' as a pad. Always 0.
 QOB_EXPORT int32_t convertAlphatbet(ExtractionHandle *handle, char character, uint8_t *value);
 QOB_EXPORT int32_t convertAlphatbet64(ExtractionHandle *handle, char character, uint8_t *value);
 

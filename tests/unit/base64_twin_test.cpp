@@ -1,13 +1,40 @@
 // SPDX-License-Identifier: MIT
 // The base64 decoder beside a slow, obvious one, on every character and on random and adversarial
 // lines; and encoded data read back.
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
 #include "support/part_file.h"
 
 namespace {
 
-// The alphabet, the pad and a terminator, searched one by one.
+// The alphabet, the pad and a terminator.
 constexpr std::string_view
     kPlainAlphabet("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\0", 66);
+
+// Puts another alphabet in force for a test.
+struct AlphabetInForce {
+    explicit AlphabetInForce(const std::string &alphabet) {
+        std::memcpy(Base64Alphatbet, alphabet.data(), sizeof(Base64Alphatbet));
+    }
+    AlphabetInForce(const AlphabetInForce &) = delete;
+    AlphabetInForce &operator=(const AlphabetInForce &) = delete;
+    ~AlphabetInForce() {
+        std::memcpy(Base64Alphatbet, kPlainAlphabet.data(), sizeof(Base64Alphatbet));
+    }
+};
+
+// The first of `count` positions of the alphabet in force that has the character; -1: none. The
+// alphabet's bytes are compared as signed numbers, so that none from 0x80 on is ever found.
+int plainPosition(char c, int count) {
+    for (int position = 0; position < count; ++position) {
+        if (static_cast<signed char>(Base64Alphatbet[position]) == static_cast<unsigned char>(c)) {
+            return position;
+        }
+    }
+    return -1;
+}
 
 // What a mapper makes of a value and of the pad count.
 struct PlainValue {
@@ -15,29 +42,18 @@ struct PlainValue {
     int pads;
 };
 PlainValue plainStreaming(char c, unsigned before) {
-    if (c == '.') {
-        return {before, 0};
-    }
-    for (unsigned position = 0; position <= 65; ++position) {
-        if (kPlainAlphabet[position] == c) {
-            return {position, 0};
-        }
-    }
-    return {before, 0};
+    const int position = c == '.' ? -1 : plainPosition(c, 66);
+    return {position < 0 ? before : static_cast<unsigned>(position), 0};
 }
 PlainValue plainLast(char c, unsigned before) {
-    if (c == '=') {
-        return {before, 1};
+    const int position = plainPosition(c, 64);
+    if (position >= 0) {
+        return {static_cast<unsigned>(position), 0};
     }
-    for (unsigned position = 0; position <= 63; ++position) {
-        if (kPlainAlphabet[position] == c) {
-            return {position, 0};
-        }
-    }
-    return {before, 0};
+    return {before, c == '=' ? 1 : 0};
 }
 
-TEST(Base64Twin, AgreesOnEveryCharacter) {
+void expectSameOnEveryCharacter() {
     for (int c = 0; c < 256; ++c) {
         SCOPED_TRACE(c);
         ExtractionHandle handle = {};
@@ -49,6 +65,31 @@ TEST(Base64Twin, AgreesOnEveryCharacter) {
         convertAlphatbet64(&handle, static_cast<char>(c), &value);
         EXPECT_EQ(value, plainLast(static_cast<char>(c), 0xAA).value);
         EXPECT_EQ(handle.base64PadCount, plainLast(static_cast<char>(c), 0xAA).pads);
+    }
+}
+
+// Alphabets that a host may have written: shuffled, with repeated characters, with '.', with '='
+// among the sextets, with bytes from 0x80 on.
+std::vector<std::string> changedAlphabets() {
+    std::string reversed(kPlainAlphabet);
+    std::reverse(reversed.begin(), reversed.begin() + 64);
+    std::string dotted(kPlainAlphabet);
+    dotted.replace(0, 2, "./");
+    std::string padFirst(kPlainAlphabet);
+    padFirst[0] = '=';
+    std::string high(kPlainAlphabet);
+    std::iota(high.begin(), high.begin() + 64, static_cast<char>(0x60));
+    std::string lastOnly(kPlainAlphabet);
+    lastOnly[65] = 'A';
+    return {reversed, dotted, padFirst, high, lastOnly, std::string(66, 'Q')};
+}
+
+TEST(Base64Twin, AgreesOnEveryCharacter) {
+    expectSameOnEveryCharacter();
+    for (const std::string &alphabet : changedAlphabets()) {
+        SCOPED_TRACE(alphabet);
+        const AlphabetInForce changed(alphabet);
+        expectSameOnEveryCharacter();
     }
 }
 
@@ -101,27 +142,44 @@ struct PlainPart {
     int pads = 0;
 };
 
-TEST(Base64Twin, AgreesOnRandomLines) {
-    constexpr std::string_view kAlphabets[] = {kPlainAlphabet.substr(0, 64),
-                                               kPlainAlphabet.substr(0, 65), "Ab=. ", "=", ""};
+// Random parts, decoded by both.
+void expectSameOnRandomLines(RandomText &random, std::string_view characters, int rounds) {
     constexpr std::string_view kEndings[] = {"", "=", "==", "==="};
     constexpr std::string_view kFollowing[] = {"\r\nx", "\nx", "\r", "x", ""};
-    RandomText random(20240503);
-    for (const std::string_view alphabet : kAlphabets) {
-        for (int round = 0; round < 200; ++round) {
-            PartFile f;
-            PlainPart plain;
-            for (size_t lines = random.below(6); lines > 0; --lines) {
-                const std::string text = random.text(random.lineLength(), alphabet) +
-                                         std::string(kEndings[random.below(4)]);
-                const std::string following(kFollowing[random.below(5)]);
-                SCOPED_TRACE(testing::PrintToString(text) + " | " + following);
-                plain.line(text, !following.empty() && following[0] != 'x');
-                ASSERT_EQ(f.base64Line(text, following), 0);
-                ASSERT_EQ(f.written(), plain.written);
-                ASSERT_EQ(f.handle.base64PadCount, plain.pads);
-            }
+    for (int round = 0; round < rounds; ++round) {
+        PartFile f;
+        PlainPart plain;
+        for (size_t lines = random.below(6); lines > 0; --lines) {
+            const std::string text = random.text(random.lineLength(), characters) +
+                                     std::string(kEndings[random.below(4)]);
+            const std::string following(kFollowing[random.below(5)]);
+            SCOPED_TRACE(testing::PrintToString(text) + " | " + following);
+            plain.line(text, !following.empty() && following[0] != 'x');
+            ASSERT_EQ(f.base64Line(text, following), 0);
+            ASSERT_EQ(f.written(), plain.written);
+            ASSERT_EQ(f.handle.base64PadCount, plain.pads);
         }
+    }
+}
+
+TEST(Base64Twin, AgreesOnRandomLines) {
+    RandomText random(20240503);
+    for (const std::string_view characters :
+         {kPlainAlphabet.substr(0, 64), kPlainAlphabet.substr(0, 65), std::string_view("Ab=. "),
+          std::string_view("="), std::string_view()}) {
+        expectSameOnRandomLines(random, characters, 200);
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
+TEST(Base64Twin, AgreesOnRandomLinesInAChangedAlphabet) {
+    RandomText random(20240506);
+    for (const std::string &alphabet : changedAlphabets()) {
+        SCOPED_TRACE(alphabet);
+        const AlphabetInForce changed(alphabet);
+        expectSameOnRandomLines(random, kPlainAlphabet.substr(0, 65), 50);
+        expectSameOnRandomLines(random, alphabet, 50);
+        ASSERT_FALSE(HasFatalFailure());
     }
 }
 
