@@ -80,20 +80,27 @@ int32_t keepFinal(ExtractionHandle *handle, const char *line, uint32_t length) {
     return EML_OK;
 }
 
-// Decodes `length` bytes; what an escape reads behind them is zero. The bytes written.
+// Decodes `length` bytes; what an escape reads behind them is zero. The bytes written. Text between
+// escapes is mostly long, so that it is copied in one piece.
 uint32_t decode(const char *text, uint32_t length, char *decoded) {
-    const auto byteAt = [text, length](uint64_t i) { return i < length ? text[i] : '\0'; };
-    uint32_t count = 0;
-    for (uint64_t i = 0; i < length;) {
-        if (text[i] != '=') {
-            decoded[count++] = text[i++];
-            continue;
+    const char *const end = text + length;
+    char *out = decoded;
+    while (text < end) {
+        const auto *found =
+            static_cast<const char *>(std::memchr(text, '=', static_cast<size_t>(end - text)));
+        const auto plain = static_cast<size_t>((found == nullptr ? end : found) - text);
+        std::memcpy(out, text, plain);
+        out += plain;
+        if (found == nullptr) {
+            break;
         }
-        const char digits[2] = {byteAt(i + 1), byteAt(i + 2)};
-        decoded[count++] = static_cast<char>(atoi_my(digits));
-        i += 3;
+        const auto escaped = static_cast<size_t>(std::min<ptrdiff_t>(end - found - 1, 2));
+        char digits[2] = {};
+        std::memcpy(digits, found + 1, escaped);
+        *out++ = static_cast<char>(atoi_my(digits));
+        text = found + 1 + escaped;
     }
-    return count;
+    return static_cast<uint32_t>(out - decoded);
 }
 
 // Writes one decoded logical line, and a line end where it brought none of its own.
@@ -127,9 +134,10 @@ uint32_t writeDecoded(ExtractionHandle *handle, const char *decoded, uint32_t le
 int32_t flushLogicalLine(ExtractionHandle *handle, QobFile *target, uint32_t convert) {
     const uint32_t total = handle->qpBufferUsed;
     const bool countable = total <= std::numeric_limits<uint32_t>::max() / 4;
-    const eml::Buffer encoded = countable ? eml::newBuffer(total) : nullptr;
-    const eml::Buffer decoded = encoded == nullptr ? nullptr : eml::newBuffer(total);
-    const eml::Buffer converted = decoded == nullptr ? nullptr : eml::newBuffer(4 * total);
+    // No byte of these is read before it was written, so that they need no clearing.
+    const eml::Buffer encoded(countable ? allocBuffer(total) : nullptr);
+    const eml::Buffer decoded(encoded == nullptr ? nullptr : allocBuffer(total));
+    const eml::Buffer converted(decoded == nullptr ? nullptr : allocBuffer(4 * total));
     handle->qpBufferUsed = 0;
     if (total > 0) {
         if (converted != nullptr) {
@@ -179,6 +187,7 @@ QOB_EXPORT int32_t analyzeQF_Con(ExtractionHandle *handle, const char *line, uin
         }
     }
     handle->convBuffer[count] = '\0';
+    handle->convBufferUsed = std::max(handle->convBufferUsed, count);
     return 0;
 }
 
