@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "emlcomm/chars.h"
 
 namespace {
@@ -23,13 +27,35 @@ bool isLineEnd(char c) {
     return c == '\r' || c == '\n';
 }
 
-// The first line end of [from, stop), or stop. Two searches of the C library take many bytes at a
-// time; the second never looks further than the first got.
+#if defined(__SSE2__)
+
+// Moves `from` on over whole groups of 16 bytes without a line end; true when it stopped at one.
+bool skipToLineEnd(const char *&from, const char *stop) {
+    const __m128i cr = _mm_set1_epi8('\r');
+    const __m128i lf = _mm_set1_epi8('\n');
+    for (; stop - from >= 16; from += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
+        const int ends =
+            _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(bytes, cr), _mm_cmpeq_epi8(bytes, lf)));
+        if (ends != 0) {
+            from += __builtin_ctz(static_cast<unsigned>(ends));
+            return true;
+        }
+    }
+    return false;
+}
+
+#else
+
+bool skipToLineEnd(const char *& /*from*/, const char * /*stop*/) {
+    return false;
+}
+
+#endif
+
+// The first line end of [from, stop), or stop.
 const char *findLineEnd(const char *from, const char *stop) {
-    const auto *lf = static_cast<const char *>(std::memchr(from, '\n', stop - from));
-    const char *end = lf == nullptr ? stop : lf;
-    const auto *cr = static_cast<const char *>(std::memchr(from, '\r', end - from));
-    return cr == nullptr ? end : cr;
+    return skipToLineEnd(from, stop) ? from : std::find_if(from, stop, isLineEnd);
 }
 
 // Copies the rest of the line, at most kMaxLineLength bytes, and returns its length. blockPos is
@@ -102,7 +128,7 @@ void skipLineEnds(ExtractionHandle *handle, int32_t limit) {
     }
 }
 
-// MemEveryLineRead into a cleared line.
+// MemEveryLineRead; nothing behind the line is cleared.
 int32_t readEveryLine(ExtractionHandle *handle, char *line, int32_t limit) {
     handle->lineEndSeen = 0;
     handle->lineStartPos = handle->blockPos;
@@ -120,7 +146,7 @@ int32_t readEveryLine(ExtractionHandle *handle, char *line, int32_t limit) {
     return length;
 }
 
-// MemLineRead into a cleared line.
+// MemLineRead; nothing behind the line is cleared.
 int32_t readTextLine(ExtractionHandle *handle, char *line, int32_t limit) {
     handle->lineStartPos = handle->lineStartMark;
     if (handle->readBuffer == nullptr) {
@@ -137,20 +163,20 @@ int32_t readTextLine(ExtractionHandle *handle, char *line, int32_t limit) {
     return length;
 }
 
-// Stores what a reader put into lineBuffer. After a failed reload that is part of a line.
+// Takes over what a reader put over the line in lineBuffer. Only what that line had more is
+// cleared; after a failed reload, when part of a line was put there, all.
 int32_t takeLineLength(ExtractionHandle *handle, int32_t length) {
     if (eml::readFailed(length)) {
         std::memset(handle->lineBuffer, 0, kLineBufferSize);
         handle->lineLength = 0;
         return EML_ERR_MEMORY;
     }
+    if (length < handle->lineLength) {
+        std::memset(handle->lineBuffer + length, 0,
+                    static_cast<size_t>(handle->lineLength - length));
+    }
     handle->lineLength = length;
     return EML_OK;
-}
-
-// Clears what the line in lineBuffer takes up: the bytes behind it are zero already.
-void clearLineBuffer(ExtractionHandle *handle) {
-    std::memset(handle->lineBuffer, 0, static_cast<size_t>(handle->lineLength));
 }
 
 } // namespace
@@ -296,7 +322,6 @@ Refill refillBlock(ExtractionHandle *handle) {
 }
 
 int32_t readLine(ExtractionHandle *handle, int32_t limit) {
-    clearLineBuffer(handle);
     return takeLineLength(handle, readEveryLine(handle, handle->lineBuffer, limit));
 }
 
@@ -305,7 +330,6 @@ int32_t readLine(ExtractionHandle *handle) {
 }
 
 int32_t readLineWithText(ExtractionHandle *handle, int32_t limit) {
-    clearLineBuffer(handle);
     return takeLineLength(handle, readTextLine(handle, handle->lineBuffer, limit));
 }
 

@@ -42,8 +42,8 @@ constexpr uint32_t kGroupsAtOnce = 8;
 // One byte for every value of half a character's code.
 using ByHalf = std::array<int8_t, 16>;
 
-// Each bit stands for some characters outside the alphabet: those with one of its low halves and one
-// of its high halves. A character is outside when its two halves share a bit.
+// Each bit stands for some characters outside the alphabet: those with one of its low halves and
+// one of its high halves. A character is outside when its two halves share a bit.
 constexpr ByHalf kBadForLow = {0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
                                0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A};
 constexpr ByHalf kBadForHigh = {0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08,
@@ -58,38 +58,42 @@ __attribute__((target("avx2"))) inline __m256i twice(const ByHalf &table) {
         _mm_loadu_si128(reinterpret_cast<const __m128i *>(table.data())));
 }
 
-// Every block of 32 characters becomes 24 bytes, until a block holds a character outside the
-// alphabet.
-__attribute__((target("avx2"))) uint32_t decodeBlocks(const char *text, uint32_t count, char *out) {
-    const __m256i badForLow = twice(kBadForLow);
-    const __m256i badForHigh = twice(kBadForHigh);
-    const __m256i toValue = twice(kToValue);
-    const __m256i threeOfFour = twice(kThreeOfFour);
-    const __m256i closeUp = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, -1, -1);
+// Turns 32 characters into 24 bytes, and 8 more of no meaning. False, with nothing written, when
+// one of them is outside the alphabet.
+__attribute__((target("avx2"))) inline bool decodeBlock(const char *text, char *out) {
     const __m256i lowHalf = _mm256_set1_epi8(0x2F);
-
-    uint32_t done = 0;
-    for (; count - done >= kGroupsAtOnce; done += kGroupsAtOnce) {
-        const __m256i characters =
-            _mm256_loadu_si256(reinterpret_cast<const __m256i *>(text + 4 * done));
-        const __m256i high = _mm256_and_si256(_mm256_srli_epi32(characters, 4), lowHalf);
-        const __m256i low = _mm256_and_si256(characters, lowHalf);
-        const __m256i bad = _mm256_and_si256(_mm256_shuffle_epi8(badForLow, low),
-                                             _mm256_shuffle_epi8(badForHigh, high));
-        if (_mm256_testz_si256(bad, bad) == 0) {
-            break;
-        }
-        const __m256i isSlash = _mm256_cmpeq_epi8(characters, lowHalf);
-        const __m256i values = _mm256_add_epi8(
-            characters, _mm256_shuffle_epi8(toValue, _mm256_add_epi8(isSlash, high)));
-        // Pairs of sextets to 12 bits, pairs of those to 24.
-        const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140));
-        const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
-        const __m256i bytes =
-            _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, threeOfFour), closeUp);
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 3 * done), bytes);
+    const __m256i characters = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(text));
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi32(characters, 4), lowHalf);
+    const __m256i low = _mm256_and_si256(characters, lowHalf);
+    if (_mm256_testz_si256(_mm256_shuffle_epi8(twice(kBadForLow), low),
+                           _mm256_shuffle_epi8(twice(kBadForHigh), high)) == 0) {
+        return false;
     }
-    return done;
+    const __m256i isSlash = _mm256_cmpeq_epi8(characters, lowHalf);
+    const __m256i values = _mm256_add_epi8(
+        characters, _mm256_shuffle_epi8(twice(kToValue), _mm256_add_epi8(isSlash, high)));
+    // Pairs of sextets become 12 bits, pairs of those 24.
+    const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140));
+    const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
+    const __m256i bytes =
+        _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, twice(kThreeOfFour)),
+                                    _mm256_setr_epi32(0, 1, 2, 4, 5, 6, -1, -1));
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(out), bytes);
+    return true;
+}
+
+// Decodes block by block, up to one that holds a character outside the alphabet. The last block of
+// a line overlaps the one before it. The groups decoded.
+__attribute__((target("avx2"))) uint32_t decodeBlocks(const char *text, uint32_t count, char *out) {
+    uint32_t done = 0;
+    while (count - done >= kGroupsAtOnce) {
+        if (!decodeBlock(text + 4 * done, out + 3 * done)) {
+            return done;
+        }
+        done += kGroupsAtOnce;
+    }
+    const uint32_t last = count - kGroupsAtOnce;
+    return done > 0 && done < count && decodeBlock(text + 4 * last, out + 3 * last) ? count : done;
 }
 
 bool hasBlocks() {

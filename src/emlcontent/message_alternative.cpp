@@ -202,14 +202,14 @@ bool takeDelimiter(MessageAlternative &walk, int32_t &code) {
         return false;
     }
     const std::string_view afterDashes = eml::textFrom(walk.line, 2);
-    const std::string_view inner = handle->partBoundary;
-    if (!inner.empty() && eml::startsWith(afterDashes, inner)) {
-        code = takeInnerDelimiter(walk, eml::textFrom(afterDashes, inner.size()));
+    const char *inner = handle->partBoundary;
+    if (inner[0] != '\0' && eml::startsWithField(afterDashes, inner)) {
+        code = takeInnerDelimiter(walk, eml::textFrom(afterDashes, std::strlen(inner)));
         return true;
     }
-    const std::string_view outer = handle->boundary;
-    if (eml::startsWith(afterDashes, outer)) {
-        code = takeMessageDelimiter(walk, eml::textFrom(afterDashes, outer.size()));
+    const char *outer = handle->boundary;
+    if (eml::startsWithField(afterDashes, outer)) {
+        code = takeMessageDelimiter(walk, eml::textFrom(afterDashes, std::strlen(outer)));
         return true;
     }
     return false;
