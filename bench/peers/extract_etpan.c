@@ -107,8 +107,8 @@ static void write_text(Extraction *extraction, struct mailmime *mime, const char
 }
 
 static void write_attachment(Extraction *extraction, const char *bytes, size_t length) {
-    char path[] = "/tmp/bench-etpan-XXXXXX";
-    FILE *file = fdopen(mkstemp(path), "wb");
+    char path[4096];
+    FILE *file = bench_temporary(path);
     fwrite(bytes, 1, length, file);
     fclose(file);
     tally_file(extraction->tally, path);

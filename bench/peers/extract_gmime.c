@@ -5,10 +5,11 @@
  * Usage: extract_gmime LIST OUTPUT [--count]   (see bench/README.md)
  */
 #define _POSIX_C_SOURCE 200809L
+#include <fcntl.h>
 #include <gmime/gmime.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "tally.h"
@@ -43,25 +44,40 @@ static void write_header(FILE *output, GMimeMessage *message) {
     fputc('\n', output);
 }
 
+/* Straight into the output: half as fast again as by g_mime_text_part_get_text. */
 static void write_text(Extraction *extraction, GMimeTextPart *part) {
-    char *text = g_mime_text_part_get_text(part);
-    if (text != NULL) {
-        fputs(text, extraction->output);
-        g_free(text);
+    GMimeDataWrapper *content = g_mime_part_get_content(GMIME_PART(part));
+    const char *charset = g_mime_text_part_get_charset(part);
+    if (content == NULL) {
+        return;
     }
+    GMimeStream *stream = g_mime_stream_file_new(extraction->output);
+    g_mime_stream_file_set_owner(GMIME_STREAM_FILE(stream), FALSE);
+    if (charset != NULL && g_ascii_strcasecmp(charset, "utf-8") != 0) {
+        GMimeStream *converting = g_mime_stream_filter_new(stream);
+        GMimeFilter *filter = g_mime_filter_charset_new(charset, "utf-8");
+        g_mime_stream_filter_add(GMIME_STREAM_FILTER(converting), filter);
+        g_object_unref(filter);
+        g_object_unref(stream);
+        stream = converting;
+    }
+    g_mime_data_wrapper_write_to_stream(content, stream);
+    if (GMIME_IS_STREAM_FILTER(stream)) {
+        g_mime_stream_flush(stream);
+    }
+    g_object_unref(stream);
 }
 
+/* Through a buffered file, which unlike GMime's own file stream does not wait for the disk. */
 static void write_attachment(Extraction *extraction, GMimePart *part) {
-    char path[] = "/tmp/bench-gmime-XXXXXX";
-    const int file = mkstemp(path);
-    GMimeStream *stream = g_mime_stream_fs_new(file);
+    char path[4096];
+    GMimeStream *stream = g_mime_stream_file_new(bench_temporary(path));
     GMimeDataWrapper *content = g_mime_part_get_content(part);
     if (content != NULL) {
         g_mime_data_wrapper_write_to_stream(content, stream);
     }
-    g_mime_stream_flush(stream);
-    tally_file(extraction->tally, path);
     g_object_unref(stream);
+    tally_file(extraction->tally, path);
     unlink(path);
 }
 
@@ -85,8 +101,14 @@ static void walk(Extraction *extraction, GMimeObject *part) {
     }
 }
 
+/* Of GMime's streams the mapped one is the fastest to parse and to decode from. */
 static void extract_file(const char *path, void *context) {
-    GMimeStream *stream = g_mime_stream_file_open(path, "r", NULL);
+    const int file = open(path, O_RDONLY);
+    if (file < 0) {
+        perror(path);
+        exit(1);
+    }
+    GMimeStream *stream = g_mime_stream_mmap_new(file, PROT_READ, MAP_PRIVATE);
     GMimeParser *parser = g_mime_parser_new_with_stream(stream);
     GMimeMessage *message = g_mime_parser_construct_message(parser, NULL);
     Extraction *extraction = context;

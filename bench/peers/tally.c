@@ -63,6 +63,18 @@ void bench_each(const char *list, void (*extract)(const char *path, void *contex
     fclose(file);
 }
 
+FILE *bench_temporary(char *path) {
+    const char *root = getenv("TMPDIR");
+    snprintf(path, 4096, "%s/bench-XXXXXX", root != NULL && *root != '\0' ? root : "/tmp");
+    const int descriptor = mkstemp(path);
+    FILE *file = descriptor < 0 ? NULL : fdopen(descriptor, "wb");
+    if (file == NULL) {
+        fail("cannot write", path);
+    }
+    setvbuf(file, NULL, _IOFBF, 65536);
+    return file;
+}
+
 int bench_finish(const BenchArguments *arguments, const Tally *tally) {
     if (fclose(arguments->output) != 0) {
         fail("cannot write", "the output");

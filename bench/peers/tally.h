@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * What the benchmark's programs have in common: the command line, the list of messages, and the
- * tally of the attachments, with which the programs are compared before they are timed.
+ * What the benchmark's programs have in common: the command line, the list of messages, temporary
+ * files, and the tally of the attachments, with which the programs are compared before they are
+ * timed.
  */
 #ifndef BENCH_TALLY_H
 #define BENCH_TALLY_H
@@ -32,6 +33,10 @@ typedef struct BenchArguments {
 BenchArguments bench_arguments(int argc, char **argv);
 
 void bench_each(const char *list, void (*extract)(const char *path, void *context), void *context);
+
+/* A new file below $TMPDIR, else /tmp, where the filter's host makes its own; its path goes to
+   path[4096]. It is fully buffered; who asked for it closes and removes it. */
+FILE *bench_temporary(char *path);
 
 /* Closes the output and prints the tally as one line. Returns the exit status. */
 int bench_finish(const BenchArguments *arguments, const Tally *tally);
