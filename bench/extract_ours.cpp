@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The filter on the reference host, as a program of the benchmark: the text of every message of a
-// list into one output. HTML and attachments go to the filters beside this program (see
-// filters/benchmark_filter.cpp), unless "--html" asks for the real ones.
+// The filter on the reference host, as a program of the benchmark: the text of every file of a list
+// into one output. QOB_FILTER_DIR says which filters take HTML and attachments: the benchmark's
+// (see filters/) or the host's own. Files whose names do not end in ".eml" are no messages: the
+// host finds out what they are.
 //
 // Usage: extract_ours LIST OUTPUT [--count]
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "peers/tally.h"
 #include "qob_extract.h"
@@ -23,9 +25,13 @@ void extractFile(const char *path, void *context) {
     const QobSink sink{&writeText, context};
     QobExtractOptions options;
     qob_extract_options_init(&options, sizeof options);
-    options.type = QOB_TYPE_MESSAGE;
-    if (const int32_t code = qob_extract(path, &sink, &options, nullptr); code != EML_OK) {
-        std::fprintf(stderr, "bench: %s: %s\n", path, qob_result_name(code));
+    options.type = std::string_view(path).ends_with(".eml") ? QOB_TYPE_MESSAGE : QOB_TYPE_DETECT;
+    QobExtractResult result;
+    const int32_t code = qob_extract(path, &sink, &options, &result);
+    if (code != EML_OK || result.attachmentsFailed != 0) {
+        std::fprintf(stderr, "bench: %s: %s, %u attachments failed (%s)\n", path,
+                     qob_result_name(code), result.attachmentsFailed,
+                     qob_result_name(result.attachmentCode));
         std::exit(1);
     }
 }

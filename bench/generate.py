@@ -4,12 +4,18 @@
 
 FOLDER gets one folder for each row of the table, each with its messages once with LF and once with
 CR LF line ends, and a file "manifest" that says what every program must find in them: the marks of
-messages and text parts, and the digests of the attachments. SHARE (default 1) makes only that share of the messages, for a quick look. A folder
-that is complete already, from the same version of this script, is left as it is.
+messages and text parts, and the digests of the attachments. The folder "sizes" gets the messages
+empty.eml and small.eml, and for each size of an attachment (in MB) a folder with as many copies of a
+message as have the bytes of row f, with LF.
+
+SHARE (default 1) makes only that share of the messages, and of row f's attachment, for a quick look.
+What is complete already, from the same version of this script, is left as it is.
 """
 import base64
+import functools
 import hashlib
 import json
+import os
 import pathlib
 import quopri
 import random
@@ -17,6 +23,8 @@ import shutil
 import sys
 
 SEED = 20261121
+HUGE_SIZE = 500_000_000
+SIZES = [1, 5, 20, 100]  # megabytes
 
 WORDS = """time year people way day thing world school state family student group country problem hand
 part place case week company system program question work government number night point home water
@@ -78,7 +86,7 @@ manifest = Manifest()
 
 
 def sentence(rng, words, accents=0.0):
-    pick = [rng.choice(ACCENTED) if rng.random() < accents else rng.choice(words) for _ in range(rng.randint(6, 16))]
+    pick = [rng.choice(ACCENTED if rng.random() < accents else words) for _ in range(rng.randint(6, 16))]
     return " ".join(pick).capitalize() + "."
 
 
@@ -142,7 +150,8 @@ def text_part(lines, subtype="plain", charset="utf-8", encoding="8bit"):
         text = base64_lines(raw)
     else:
         text = [raw]
-    return [f"Content-Type: text/{subtype}; charset={charset}", f"Content-Transfer-Encoding: {encoding}", ""] + text
+    fields = [f"Content-Type: text/{subtype}; charset={charset}", f"Content-Transfer-Encoding: {encoding}"]
+    return [*fields, "", *text]
 
 
 def attachment(rng, size, name):
@@ -183,7 +192,8 @@ def newsletter(rng, number):
 def message_with_attachment(rng, number):
     size = int(100_000 * 200 ** rng.random())
     body = text_part(paragraphs(rng, 800), encoding="8bit")
-    return header(rng, number, multipart("mixed", f"=_mixed-{number}", [body, attachment(rng, size, f"report{number}.pdf")]))
+    file = attachment(rng, size, f"report{number}.pdf")
+    return header(rng, number, multipart("mixed", f"=_mixed-{number}", [body, file]))
 
 
 def east_asian_message(rng, number):
@@ -194,7 +204,8 @@ def east_asian_message(rng, number):
         start = rng.randrange(len(text))
         lines.append((text[start:] + text)[:30])
     encoding = "7bit" if charset == "iso-2022-jp" else rng.choice(["base64", "8bit", "quoted-printable"])
-    return header(rng, number, text_part(lines, charset=charset, encoding=encoding), encoded_word(text[:12], charset))
+    part = text_part(lines, charset=charset, encoding=encoding)
+    return header(rng, number, part, encoded_word(text[:12], charset))
 
 
 def nested_message(rng, number):
@@ -210,18 +221,22 @@ def nested_message(rng, number):
         alternative, embedded, attachment(rng, 20_000, f"notes{number}.pdf")]))
 
 
-def huge_message(rng, number):
+def message_with_size(rng, number, size):
     body = text_part(["The file is attached."])
-    return header(rng, number, multipart("mixed", "=_huge", [body, attachment(rng, 500_000_000, "huge.pdf")]))
+    return header(rng, number, multipart("mixed", "=_size", [body, attachment(rng, size, "size.pdf")]))
 
 
+def huge_message(rng, number, share):
+    return message_with_size(rng, number, int(HUGE_SIZE * min(share, 1)))
+
+
+LINE_ENDS = {"lf": b"\n", "crlf": b"\r\n"}
 ROWS = [
     ("a-plain", 5000, plain_message),
     ("b-newsletter", 2000, newsletter),
     ("c-attachment", 200, message_with_attachment),
     ("d-east-asian", 1000, east_asian_message),
     ("e-nested", 1000, nested_message),
-    ("f-huge", 1, huge_message),
 ]
 
 
@@ -229,8 +244,10 @@ def as_bytes(lines, line_end):
     """Text lines joined; bytes are bodies in a charset of their own and hold LF between their lines."""
     pieces = []
     for line in lines:
-        raw = line.rstrip(b"\n").replace(b"\n", line_end) if isinstance(line, bytes) else line.encode("utf-8")
-        pieces.append(raw)
+        if isinstance(line, bytes):
+            pieces.append(line.rstrip(b"\n").replace(b"\n", line_end))
+        else:
+            pieces.append(line.encode("utf-8"))
     return line_end.join(pieces) + line_end
 
 
@@ -238,29 +255,55 @@ def write_row(folder, name, count, make):
     global manifest
     manifest = Manifest()
     rng = random.Random(f"{SEED}-{name}")
-    for ending in ("lf", "crlf"):
-        shutil.rmtree(folder / name / ending, ignore_errors=True)
-        (folder / name / ending).mkdir(parents=True)
+    for ending in LINE_ENDS:
+        (folder / ending).mkdir(parents=True)
     for number in range(count):
         lines = make(rng, number)
-        for ending, line_end in (("lf", b"\n"), ("crlf", b"\r\n")):
-            (folder / name / ending / f"{number:05}.eml").write_bytes(as_bytes(lines, line_end))
-    (folder / name / "manifest").write_text(manifest.text())
+        for ending, line_end in LINE_ENDS.items():
+            (folder / ending / f"{number:05}.eml").write_bytes(as_bytes(lines, line_end))
+    (folder / "manifest").write_text(manifest.text())
+
+
+def write_sizes(folder, total):
+    """Copies of one message are as cold for the processor as the parts of one large one."""
+    folder.mkdir()
+    rng = random.Random(f"{SEED}-sizes")
+    (folder / "empty.eml").write_bytes(as_bytes(header(rng, 0, [""]), b"\n"))
+    (folder / "small.eml").write_bytes(as_bytes(header(rng, 0, text_part(paragraphs(rng, 1400))), b"\n"))
+    for megabytes in SIZES:
+        size = megabytes * 1_000_000
+        message = as_bytes(message_with_size(rng, megabytes, size), b"\n")
+        (folder / str(megabytes)).mkdir()
+        for number in range(round(total / size)):
+            (folder / str(megabytes) / f"{number:05}.eml").write_bytes(message)
+
+
+def write_once(folder, wanted, write):
+    """Calls `write` with an empty place for the folder, unless it holds what is wanted."""
+    stamp = folder / "complete"
+    if stamp.exists() and stamp.read_text() == wanted:
+        return
+    print(f"bench: writing {folder}", file=sys.stderr)
+    shutil.rmtree(folder, ignore_errors=True)
+    write(folder)
+    stamp.write_text(wanted)
 
 
 def main():
     folder = pathlib.Path(sys.argv[1])
     share = float(sys.argv[2]) if len(sys.argv) > 2 else 1.0
     version = hashlib.sha256(pathlib.Path(__file__).read_bytes()).hexdigest()
+    folder.mkdir(parents=True, exist_ok=True)
     for name, count, make in ROWS:
         count = max(1, int(count * share))
-        stamp = folder / name / "complete"
-        wanted = f"{version} {count}\n"
-        if stamp.exists() and stamp.read_text() == wanted:
-            continue
-        print(f"bench: writing {count} messages of row {name}", file=sys.stderr)
-        write_row(folder, name, count, make)
-        stamp.write_text(wanted)
+        write_once(folder / name, f"{version} {count}\n",
+                   lambda place, n=name, c=count, m=make: write_row(place, n, c, m))
+    huge = functools.partial(huge_message, share=share)
+    write_once(folder / "f-huge", f"{version} {share}\n",
+               lambda place: write_row(place, "f-huge", 1, huge))
+    write_once(folder / "sizes", f"{version} {share}\n",
+               lambda place: write_sizes(place, int(HUGE_SIZE * min(share, 1))))
+    os.sync()  # what is written to the disk later would disturb the measurements
 
 
 main()
