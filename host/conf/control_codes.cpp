@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "byte_runs.h"
 #include "codec_cache.h"
 #include "qob_host.h"
 #include "qob_host_export.h"
@@ -24,11 +25,25 @@ bool isDropped(std::uint32_t unit, bool keepsShifts) {
     return !(keepsShifts && (unit == 0x1B || unit == 0x0E || unit == 0x0F));
 }
 
+// How many bytes there are before the first that is dropped.
+std::size_t keptLength(std::string_view text, bool keepsShifts) {
+    std::size_t kept = qob::lengthWithoutControls(text);
+    while (kept < text.size() && !isDropped(static_cast<unsigned char>(text[kept]), keepsShifts)) {
+        ++kept;
+        kept += qob::lengthWithoutControls(text.substr(kept));
+    }
+    return kept;
+}
+
 std::uint32_t copyBytes(char *to, std::string_view from, bool keepsShifts) {
-    const char *end = std::remove_copy_if(from.begin(), from.end(), to, [keepsShifts](char byte) {
-        return isDropped(static_cast<unsigned char>(byte), keepsShifts);
-    });
-    return static_cast<std::uint32_t>(end - to);
+    const char *start = to;
+    while (!from.empty()) {
+        const std::size_t kept = keptLength(from, keepsShifts);
+        std::memmove(to, from.data(), kept);
+        to += kept;
+        from.remove_prefix(std::min(kept + 1, from.size()));
+    }
+    return static_cast<std::uint32_t>(to - start);
 }
 
 std::uint32_t unitAt(const char *bytes, std::uint32_t width, bool little) {

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Promises of control-code stripping and character widths.
+#include <algorithm>
+#include <iterator>
+#include <random>
 #include <string>
 #include <string_view>
 
@@ -47,6 +50,26 @@ TEST(CharWidth, IsThatOfTheCodeUnit) {
     }
 }
 
+// The names met last are remembered; what each means stays the same in whatever order they come.
+TEST(CharWidth, IsThatOfTheNameWhateverWasAskedBefore) {
+    const std::pair<const char *, std::uint32_t> rows[] = {
+        {"UTF-8", 1}, {"UTF-16", 2}, {"UTF-1", 1},      {"UTF-32", 4}, {"", 1},      {"UTF-16", 2},
+        {"UTF", 1},   {"UTF-8", 1},  {"UTF-16LE", 2},   {"UTF-32", 4}, {"UTF-8", 1}, {"UCS-2", 2},
+        {"", 1},      {"UTF-7", 1},  {"iso-8859-1", 1}, {"UTF-32", 4},
+    };
+    for (int round = 0; round < 3; ++round) {
+        for (const auto &[charset, width] : rows) {
+            EXPECT_EQ(QOB_GetGroupCharWidth(charset), width) << charset;
+            EXPECT_EQ(QOB_GetGroupCharWidth(charset), width) << charset;
+        }
+    }
+}
+
+TEST(CharWidth, AskedForABrokenNameDoesNotMakeItReadable) {
+    EXPECT_EQ(QOB_GetGroupCharWidth("UTF-8\x01"), 1U);
+    EXPECT_EQ(convert("UTF-8\x01", "text"), std::nullopt);
+}
+
 TEST(ControlCodes, AreDroppedButTabAndLineEnds) {
     std::string all;
     for (int byte = 0; byte < 0x100; ++byte) {
@@ -60,6 +83,32 @@ TEST(ControlCodes, AreDroppedButTabAndLineEnds) {
     }
     for (const char *charset : {"UTF-8", "ISO-8859-1", "WINDOWS31J", "", "koi8-r", "HZ-GB-2312"}) {
         EXPECT_EQ(stripFor(charset, all), expected) << charset;
+    }
+}
+
+// Bytes are looked at several at a time; one by one gives the same.
+TEST(ControlCodes, AreDroppedWhereverTheyStand) {
+    const auto isDropped = [](char byte, bool keepsShifts) {
+        const bool isText = byte == '\t' || byte == '\n' || byte == '\r';
+        const bool isShift = byte == '\x1B' || byte == '\x0E' || byte == '\x0F';
+        const bool isControl = static_cast<unsigned char>(byte) < 0x20 || byte == '\x7F';
+        return isControl && !isText && !(keepsShifts && isShift);
+    };
+    std::mt19937 random(61); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
+    const std::uint32_t shifts = sourceCodeOf("ISO-2022-JP");
+    for (int round = 0; round < 20000; ++round) {
+        std::string text(random() % 40, 'a');
+        for (auto changes = random() % 8; changes != 0 && !text.empty(); --changes) {
+            const bool isControl = random() % 2 == 0;
+            text[random() % text.size()] = static_cast<char>(random() % (isControl ? 0x20 : 0x100));
+        }
+        for (const bool keepsShifts : {false, true}) {
+            std::string expected;
+            std::copy_if(
+                text.begin(), text.end(), std::back_inserter(expected),
+                [&isDropped, keepsShifts](char byte) { return !isDropped(byte, keepsShifts); });
+            EXPECT_EQ(strip(text, 1, keepsShifts ? shifts : 0), expected);
+        }
     }
 }
 
