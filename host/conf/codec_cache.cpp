@@ -20,8 +20,11 @@ std::string keyOf(const SourceName &name) {
 
 } // namespace
 
-CodecCache &CodecCache::get() {
+constinit thread_local CodecCache *CodecCache::current_ = nullptr;
+
+CodecCache &CodecCache::create() {
     thread_local CodecCache cache;
+    current_ = &cache;
     return cache;
 }
 

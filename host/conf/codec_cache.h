@@ -7,7 +7,9 @@
 #ifndef QOB_CONF_CODEC_CACHE_H
 #define QOB_CONF_CODEC_CACHE_H
 
+#include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -29,13 +31,21 @@ struct NameHash {
 template <class Value>
 using NameMap = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
 
-// Remembers what names lead to; the name asked for last is found without a search.
+// Remembers what names lead to; the names asked for last are found without a search.
 template <class Codec> class NameCache {
 public:
-    template <class Find> Codec *get(std::string_view name, Find find) {
-        if (last_ != nullptr && last_->first == name) {
-            return last_->second;
+    // The codec of a name among the last few, else null.
+    Codec *recent(const char *name) const {
+        for (const Recent &entry : recents_) {
+            if (entry.codec != nullptr && entry.name[0] == *name &&
+                std::strcmp(entry.name.data(), name) == 0) {
+                return entry.codec;
+            }
         }
+        return nullptr;
+    }
+
+    template <class Find> Codec *get(std::string_view name, Find find) {
         auto entry = names_.find(name);
         if (entry == names_.end()) {
             Codec *codec = find(name);
@@ -43,25 +53,48 @@ public:
                 return nullptr;
             }
             if (names_.size() >= kMostNames) {
-                last_ = nullptr;
                 names_.clear();
             }
             entry = names_.emplace(name, codec).first;
         }
-        last_ = &*entry;
+        remember(name, entry->second);
         return entry->second;
     }
 
 private:
     static constexpr std::size_t kMostNames = 256;
+    static constexpr std::size_t kMostRecent = 4; // a message's, that of labels, the output's
+    struct Recent {
+        std::array<char, 32> name{};
+        Codec *codec = nullptr;
+    };
+
+    // A broken name is looked at each time: not every service takes it.
+    void remember(std::string_view name, Codec *codec) {
+        Recent &entry = recents_[oldest_];
+        if (name.size() < entry.name.size() && !isBrokenName(name)) {
+            entry.name[name.copy(entry.name.data(), name.size())] = '\0';
+            entry.codec = codec;
+            oldest_ = (oldest_ + 1) % kMostRecent;
+        }
+    }
+
     NameMap<Codec *> names_;
-    const std::pair<const std::string, Codec *> *last_ = nullptr;
+    std::array<Recent, kMostRecent> recents_;
+    std::size_t oldest_ = 0;
 };
 
 class CodecCache {
 public:
-    // The calling thread's.
-    static CodecCache &get();
+    // The calling thread's. May throw std::bad_alloc, the first time.
+    static CodecCache &get() { return current_ != nullptr ? *current_ : create(); }
+
+    CodecCache(const CodecCache &) = delete;
+    CodecCache &operator=(const CodecCache &) = delete;
+
+    // The codec of a name among the last few that source() or output() were asked for, else null.
+    SourceCodec *recentSource(const char *name) const { return sourceNames_.recent(name); }
+    OutputCodec *recentOutput(const char *name) const { return outputNames_.recent(name); }
 
     // All throw std::bad_alloc. source() is null only when ICU's data cannot be read; output() also
     // when there is no such charset.
@@ -73,7 +106,13 @@ public:
     ByteOrder lastOrder = ByteOrder::Big;
 
 private:
+    CodecCache() = default;
+    static CodecCache &create();
     SourceCodec *openSource(const SourceName &name);
+
+    // Eight bytes at a fixed place of the thread's block: read without a call, and little enough
+    // for what the C library keeps free there when this library is loaded late.
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local CodecCache *current_;
 
     NameMap<std::unique_ptr<SourceCodec>> sources_;
     NameMap<std::unique_ptr<OutputCodec>> outputs_;

@@ -81,8 +81,12 @@ std::uint32_t copyUnits(char *to, std::string_view from, std::uint32_t width, bo
 
 QOB_HOST_EXPORT uint32_t QOB_GetGroupCharWidth(const char *charsetName) {
     try {
-        const std::string_view name = charsetName == nullptr ? "" : charsetName;
-        const qob::SourceCodec *codec = qob::CodecCache::get().source(name);
+        const char *name = charsetName == nullptr ? "" : charsetName;
+        qob::CodecCache &cache = qob::CodecCache::get();
+        const qob::SourceCodec *codec = cache.recentSource(name);
+        if (codec == nullptr) {
+            codec = cache.source(name);
+        }
         return codec == nullptr ? 1 : codec->unitBytes();
     } catch (...) {
         return 1;

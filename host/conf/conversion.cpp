@@ -53,19 +53,30 @@ bool load(const CconvContext *context, Conversion *conversion) {
     return conversion->mark == kSetUp && conversion->cache == &CodecCache::get();
 }
 
-std::string_view boundedName(const void *description) {
-    const auto *text = static_cast<const char *>(description);
-    return text == nullptr ? std::string_view()
-                           : std::string_view(text, ::strnlen(text, kLongestName));
+std::string_view boundedName(const char *name) {
+    return {name, ::strnlen(name, kLongestName)};
 }
 
 qob::OutputCodec *findOutput(CodecCache &cache, const void *description, std::uint32_t code) {
-    std::string_view name = boundedName(description);
-    if (name.empty()) {
-        const char *coded = qob_charset_name(code);
-        name = coded == nullptr ? std::string_view() : coded;
+    const auto *name = static_cast<const char *>(description);
+    if (name == nullptr || *name == '\0') {
+        name = qob_charset_name(code);
     }
-    return name.empty() ? nullptr : cache.output(name);
+    if (name == nullptr) {
+        return nullptr;
+    }
+    qob::OutputCodec *recent = cache.recentOutput(name);
+    return recent != nullptr ? recent : cache.output(boundedName(name));
+}
+
+// Null when there is no such charset.
+SourceCodec *findSource(CodecCache &cache, const char *charsetName) {
+    const char *name = charsetName == nullptr ? "" : charsetName;
+    if (SourceCodec *recent = cache.recentSource(name)) {
+        return recent;
+    }
+    const std::string_view bounded = boundedName(name);
+    return qob::isBrokenName(bounded) ? nullptr : cache.source(bounded);
 }
 
 // A replacement has to be writable wherever '?' is.
@@ -163,13 +174,12 @@ QOB_HOST_EXPORT int32_t cconvInitConvert(CconvContext *context,
 QOB_HOST_EXPORT int32_t cconvChgCharset(CconvContext *context, CconvSourceRecord *source,
                                         const char *charsetName) {
     Conversion conversion{};
-    const std::string_view name = boundedName(charsetName);
-    if (source == nullptr || !load(context, &conversion) || qob::isBrokenName(name)) {
+    if (source == nullptr || !load(context, &conversion)) {
         return kFailed;
     }
     try {
         CodecCache &cache = CodecCache::get();
-        conversion.source = cache.source(name);
+        conversion.source = findSource(cache, charsetName);
         if (conversion.source == nullptr) {
             return kFailed;
         }
