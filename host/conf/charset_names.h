@@ -11,6 +11,14 @@
 
 namespace qob {
 
+// ICU's names of the converters that read most mail.
+constexpr const char *kUtf8 = "UTF-8";
+constexpr const char *kWindows1252 = "ibm-5348_P100-1997";
+
+// Reads ISO-2022-JP with all that mail puts into it: JIS X 0212, JIS X 0201 katakana behind an
+// escape or shift, and the vendor rows of code page 50220.
+constexpr const char *kJapanese7Bit = "ISO_2022,locale=ja,version=3";
+
 enum class SourceKind : std::uint8_t {
     Named,      // read by the ICU converter `icuName`
     Undeclared, // valid UTF-8, else the language's default charset

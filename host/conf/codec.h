@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Opened converters: one per charset and thread, in its initial state between any two pieces of
-// text. A codec belongs to the thread that opened it.
+// Converters: one per charset and thread, in its initial state between any two pieces of text. A
+// codec belongs to the thread that opened it. Those of the commonest charsets open their ICU
+// converter only when a text comes that cannot do without.
 #ifndef QOB_CONF_CODEC_H
 #define QOB_CONF_CODEC_H
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <unicode/ucnv.h>
 
@@ -35,16 +38,45 @@ constexpr std::uint32_t kSourceLittleEndian = 0x2U; // of 16- and 32-bit units
 constexpr std::uint32_t kSourceMark = 0x4U;         // a byte order mark tells the order
 constexpr std::uint32_t kSourceOpaque = 0x8U;       // bytes below 0x20 are not control codes
 
+// Which text a charset's bytes are known to stand for without ICU. In all forms but None, printable
+// ASCII, TAB, CR and LF stand for themselves wherever a character can begin.
+enum class DirectForm : std::uint8_t {
+    None,
+    Ascii,        // nothing more
+    Utf8,         // well-formed UTF-8
+    Characters,   // what single() and pair() tell
+    Japanese7Bit, // between ESC $ B and ESC ( B, what pair() tells
+};
+
 class SourceCodec {
 public:
+    // What single() and pair() give beside characters. Below them is a character of U+0080 or more
+    // that needs nothing put right.
+    static constexpr char16_t kLead = 0xFFFE;    // the byte may begin a pair
+    static constexpr char16_t kUnusual = 0xFFFF; // only the converter can tell
+
     // Null when ICU cannot open it.
     static std::unique_ptr<SourceCodec> open(const SourceName &name);
 
     SourceKind kind() const { return kind_; }
+    DirectForm direct() const { return direct_; }
     std::uint32_t unitBytes() const { return unitBytes_; }
     std::uint32_t sourceCode() const { return sourceCode_; }
-    UConverter *converter() const { return converter_.get(); }
 
+    // The character of a byte, or of two, remembered from the first time it was asked for. Bytes
+    // are from 0x80, the first of a pair of Japanese7Bit from 0x21.
+    char16_t single(unsigned char byte) {
+        const char16_t known = singles_[byte & 0x7FU];
+        return known != 0 ? known : learnSingle(byte);
+    }
+    char16_t pair(unsigned char first, unsigned char second) {
+        const char16_t known = pairs_ == nullptr ? u'\0' : pairs_[pairIndex(first, second)];
+        return known != 0 ? known : learnPair(first, second);
+    }
+
+    // Makes converter() and table() ready. False when ICU cannot open the converter.
+    bool prepare();
+    UConverter *converter() const { return converter_.get(); }
     // For charsets of one byte a character: the character of each byte. Else null.
     const std::array<char16_t, 256> *table() const { return table_.get(); }
     MalformedRule &malformed() { return malformed_; }
@@ -56,21 +88,38 @@ public:
     bool stripsDecoded() const { return stripsDecoded_; } // controls are known only when decoded
 
 private:
-    explicit SourceCodec(SourceKind kind) : kind_(kind) {}
+    struct Freer {
+        void operator()(char16_t *memory) const { std::free(memory); }
+    };
+
+    explicit SourceCodec(const SourceName &name) : icuName_(name.icuName), kind_(name.kind) {}
+    bool useKnownFacts();
     bool openConverter(const char *icuName);
     void classify();
     void probe();
     void buildTable();
+    static constexpr std::size_t kPairs = 0x8000;
+    static std::size_t pairIndex(unsigned char first, unsigned char second) {
+        return std::size_t{first & 0x7FU} << 8U | second;
+    }
+    char16_t learnSingle(unsigned char byte);
+    char16_t learnPair(unsigned char first, unsigned char second);
+    char16_t usualCharacter(std::string_view bytes);
 
+    std::string icuName_;
     SourceKind kind_;
+    DirectForm direct_ = DirectForm::None;
     Converter converter_;
     std::unique_ptr<std::array<char16_t, 256>> table_;
     MalformedRule malformed_;
     std::uint32_t unitBytes_ = 1;
     std::uint32_t sourceCode_ = kSourceTag;
+    bool singleByte_ = false;
     bool swapsControls_ = false;
     bool fillsPrivate_ = false;
     bool stripsDecoded_ = false;
+    std::array<char16_t, 128> singles_{};      // 0: not asked for yet
+    std::unique_ptr<char16_t[], Freer> pairs_; // the same; null: no pair was
 };
 
 class OutputCodec {
@@ -79,18 +128,30 @@ public:
     static std::unique_ptr<OutputCodec> open(const std::string &icuName);
 
     const std::string &icuName() const { return icuName_; }
-    UConverter *converter() const { return converter_.get(); }
+    bool isUtf8() const { return isUtf8_; }
+    bool holdsAscii() const { return holdsAscii_; } // as single bytes, wherever the text begins
     bool hasLineSeparator() const { return hasLineSeparator_; }
     bool isHz() const { return isHz_; }
 
-    // What stands for characters that the charset does not have; 0: U+FFFD, or '?' without it.
+    // Makes converter() ready. False when ICU cannot open it.
+    bool prepare();
+    UConverter *converter() const { return converter_.get(); }
+
+    // What stands for characters that the charset does not have; 0: U+FFFD, or '?' without it. Only
+    // after prepare().
     void setReplacement(char16_t replacement);
 
 private:
+    bool useKnownFacts();
+    void probe();
+    bool setErrorRules();
+
     std::string icuName_;
     Converter converter_;
     char16_t replacement_ = 0;
     char16_t ownReplacement_ = u'?';
+    bool isUtf8_ = false;
+    bool holdsAscii_ = false;
     bool hasLineSeparator_ = false;
     bool isHz_ = false;
 };

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "codec_cache.h"
+#include "direct.h"
 #include "pipeline.h"
 #include "qob_charset_codes.h"
 #include "qob_conf_language.h"
@@ -127,27 +128,42 @@ SourceCodec *effectiveSource(CodecCache &cache, SourceCodec &source, std::string
     }
 }
 
+// Through ICU. The result as convertPiece gives it.
+std::int64_t convertWithIcu(qob::Piece piece, char16_t replacement) {
+    if (!piece.source->prepare() || !piece.output->prepare()) {
+        return -1;
+    }
+    std::string packed;
+    if (piece.source->kind() == SourceKind::EucJpTwoBytes) {
+        piece.input = packed = qob::packEucJp(piece.input);
+    }
+    piece.output->setReplacement(replacement);
+    piece.source->malformed().substitute = replacement == 0 ? char16_t{0xFFFD} : replacement;
+    return qob::convertPiece(piece);
+}
+
 int32_t convert(CconvContext &context, const Conversion &conversion) {
     const auto *bytes = static_cast<const char *>(context.input);
     std::string_view input;
     if (bytes != nullptr) {
         input = {bytes, context.inputLength};
     }
-    SourceCodec *source = effectiveSource(CodecCache::get(), *conversion.source, input);
-    if (source == nullptr) {
-        return kFailed;
+    qob::Piece piece{conversion.source,
+                     input,
+                     conversion.output,
+                     conversion.newlineMode,
+                     static_cast<char *>(context.output),
+                     context.output == nullptr ? 0 : context.outputCapacity};
+    std::int64_t produced = 0;
+    if (!qob::convertDirectly(piece, &produced)) {
+        piece.source = effectiveSource(CodecCache::get(), *conversion.source, input);
+        if (piece.source == nullptr) {
+            return kFailed;
+        }
+        if (piece.source == conversion.source || !qob::convertDirectly(piece, &produced)) {
+            produced = convertWithIcu(piece, conversion.replacement);
+        }
     }
-    std::string packed;
-    if (source->kind() == SourceKind::EucJpTwoBytes) {
-        input = packed = qob::packEucJp(input);
-    }
-    conversion.output->setReplacement(conversion.replacement);
-    source->malformed().substitute =
-        conversion.replacement == 0 ? char16_t{0xFFFD} : conversion.replacement;
-    const std::int64_t produced =
-        qob::convertPiece({source, input, conversion.output, conversion.newlineMode,
-                           static_cast<char *>(context.output),
-                           context.output == nullptr ? 0 : context.outputCapacity});
     if (produced < 0) {
         return kFailed;
     }

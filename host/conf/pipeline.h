@@ -13,7 +13,7 @@
 namespace qob {
 
 struct Piece {
-    SourceCodec *source = nullptr; // one with a converter
+    SourceCodec *source = nullptr;
     std::string_view input;
     OutputCodec *output = nullptr;
     std::uint32_t newlineMode = 1; // 1 LF, 2 CR LF, 3 LF, 4 CR, 5 U+2028; anything else LF
@@ -21,7 +21,8 @@ struct Piece {
     std::size_t capacity = 0;
 };
 
-// Returns the bytes put into piece.room, or -1 when ICU failed. Both converters are in their
+// Returns the bytes put into piece.room, or -1 when ICU failed. Both codecs are prepared, with what
+// stands for the unconvertible set; both converters are in their
 // initial state before and after. Where the room does not do, line ends become a lone LF first, and
 // then the text ends after the last character that fits. May throw std::bad_alloc, only in the
 // latter case.
