@@ -8,6 +8,9 @@
 #include <stdlib.h>
 #include <string.h>
 
+/* Given to stdio by the caller: a buffer that it makes itself has the size it likes. */
+enum { kBufferSize = 65536 };
+
 static void fail(const char *what, const char *path) {
     fprintf(stderr, "bench: %s %s: %s\n", what, path, strerror(errno));
     exit(1);
@@ -23,7 +26,7 @@ void tally_file(Tally *tally, const char *path) {
     }
     EVP_MD_CTX *context = EVP_MD_CTX_new();
     EVP_DigestInit_ex(context, EVP_sha256(), NULL);
-    unsigned char bytes[65536];
+    unsigned char bytes[kBufferSize];
     for (size_t count; (count = fread(bytes, 1, sizeof bytes, file)) > 0;) {
         EVP_DigestUpdate(context, bytes, count);
     }
@@ -46,7 +49,8 @@ BenchArguments bench_arguments(int argc, char **argv) {
     if (arguments.output == NULL) {
         fail("cannot write", argv[2]);
     }
-    setvbuf(arguments.output, NULL, _IOFBF, 65536);
+    static char buffer[kBufferSize];
+    setvbuf(arguments.output, buffer, _IOFBF, sizeof buffer);
     return arguments;
 }
 
@@ -71,7 +75,8 @@ FILE *bench_temporary(char *path) {
     if (file == NULL) {
         fail("cannot write", path);
     }
-    setvbuf(file, NULL, _IOFBF, 65536);
+    static char buffer[kBufferSize]; /* one file is open at a time */
+    setvbuf(file, buffer, _IOFBF, sizeof buffer);
     return file;
 }
 
