@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 
 install(FILES include/qob_txeml.h include/qob_host.h
               host/include/qob_extract.h host/include/qob_notice.h host/include/qob_limits.h
-              host/include/qob_insert.h
+              host/include/qob_filter.h host/include/qob_insert.h
               host/include/qob_conf_language.h host/include/qob_charset_codes.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qob_txeml COMPONENT devel)
 

@@ -4,6 +4,8 @@
 
 #include "entry.h"
 
+BENCH_EXPORT const uint32_t qob_filter_files = QOB_FILTER_HOST_TEMPORARIES | QOB_FILTER_HOST_INPUT;
+
 int32_t takeFile(const char *path, QobStream *stream) {
     QobFile *file = QOB_FileOpen(path, "rb");
     if (file == nullptr) {

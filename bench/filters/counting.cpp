@@ -6,6 +6,9 @@
 
 extern "C" Tally *bench_tally();
 
+// The attachment lies on disk, as the files of the peers do.
+BENCH_EXPORT const uint32_t qob_filter_files = QOB_FILTER_HOST_TEMPORARIES;
+
 int32_t takeFile(const char *path, QobStream *stream) {
     static_cast<void>(stream);
     tally_file(bench_tally(), qob_scope_real_path(path));

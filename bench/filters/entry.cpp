@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "entry.h"
 
-extern "C" __attribute__((visibility("default"))) int32_t
-GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream, const HostParams *params,
-                             const void *callerRecord, void *callback) {
+BENCH_EXPORT int32_t GetTextStreamWithErrCallback(const char *inputPath, QobStream *stream,
+                                                  const HostParams *params,
+                                                  const void *callerRecord, void *callback) {
     static_cast<void>(params);
     static_cast<void>(callerRecord);
     static_cast<void>(callback);

@@ -6,7 +6,11 @@
 
 #include <cstdint>
 
+#include "qob_filter.h"
 #include "qob_host.h"
+
+// Each filter defines qob_filter_files with this.
+#define BENCH_EXPORT extern "C" __attribute__((visibility("default")))
 
 // What one filter does with a file of its type; the entry point calls it. An EML_* code.
 int32_t takeFile(const char *path, QobStream *stream);

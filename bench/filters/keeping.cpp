@@ -12,6 +12,9 @@
 #include "entry.h"
 #include "qob_scope.h"
 
+// The attachment lies on disk, as the files of the peers do.
+BENCH_EXPORT const uint32_t qob_filter_files = QOB_FILTER_HOST_TEMPORARIES;
+
 int32_t takeFile(const char *path, QobStream *stream) {
     static_cast<void>(stream);
     static std::atomic<int> kept = 0;

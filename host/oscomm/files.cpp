@@ -1,35 +1,30 @@
 // SPDX-License-Identifier: MIT
-// Files over stdio. A handle is a ticket of the handle table: a handle that was closed before, or
+// The file services. A handle is a ticket of the handle table: a handle that was closed before, or
 // that never was one, makes a call fail and nothing else. Each open file is noted in the scope it
 // was opened in, which closes it when it is left.
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <string_view>
-
-#include <sys/stat.h>
+#include <utility>
 
 #include "handle_table.h"
+#include "open_file.h"
 #include "qob_host.h"
 #include "qob_host_export.h"
+#include "qob_scope.h"
 #include "scope.h"
 
 namespace {
 
 constexpr uint32_t kUnknownSize = 0xFFFFFFFFU;
 
-// C leaves a read directly after a write, and the reverse, undefined on one stream; remembering the
-// last direction lets callers mix them freely.
-enum class LastUse : std::uint8_t { None, Read, Write };
-
-struct OpenFile {
-    std::FILE *stream = nullptr;
-    LastUse lastUse = LastUse::None;
+struct Entry {
+    qob::OpenFile *file = nullptr;
 };
 
-using FileTable = qob::HandleTable<QobFile, OpenFile>;
+using FileTable = qob::HandleTable<QobFile, Entry>;
 
 // Never destroyed, so that a thread that outlives main() still finds it.
 FileTable &table() {
@@ -37,50 +32,61 @@ FileTable &table() {
     return *files;
 }
 
-// Room for the longest mode, "wb+", close-on-exec and the terminator.
-struct StreamMode {
-    char text[6];
-};
+// Null for a handle that is none.
+qob::OpenFile *fileOf(QobFile *handle) {
+    const Entry *entry = table().find(handle);
+    return entry == nullptr ? nullptr : entry->file;
+}
 
-bool streamMode(const char *mode, StreamMode *result) {
-    const std::string_view given = mode == nullptr ? "" : mode;
+bool parseMode(const char *text, qob::OpenMode *mode) {
+    const std::string_view given = text == nullptr ? "" : text;
     if (given.empty() || given.size() > 3 || std::strchr("rwa", given[0]) == nullptr ||
         given.find_first_not_of("b+", 1) != std::string_view::npos) {
         return false;
     }
-    std::memcpy(result->text, given.data(), given.size());
-    std::memcpy(result->text + given.size(), "e", 2);
+    const bool both = given.find('+') != std::string_view::npos;
+    mode->reads = both || given[0] == 'r';
+    mode->writes = both || given[0] != 'r';
+    mode->appends = given[0] == 'a';
+    mode->creates = given[0] != 'r';
+    mode->truncates = given[0] == 'w';
     return true;
 }
 
-// A directory opens for reading and then fails at every call: refuse it at once.
-bool isDirectory(std::FILE *stream) {
-    struct stat status {};
-    return ::fstat(::fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-QobFile *track(const OpenFile &file) {
-    QobFile *handle = table().insert(file);
-    if (handle == nullptr) {
+// The file that waits for this path, or null.
+qob::OpenFile *takeWaiting(const char *path, const qob::OpenMode &mode) {
+    qob::Scope *scope = qob::currentScope();
+    if (scope == nullptr || scope->waiting == nullptr || mode.writes ||
+        scope->waitingPath != path) {
         return nullptr;
     }
-    try {
-        qob::trackFile(handle);
-        return handle;
-    } catch (...) {
-        OpenFile dropped;
-        table().take(handle, &dropped);
-        return nullptr;
-    }
+    return std::exchange(scope->waiting, nullptr);
 }
 
-bool prepareFor(OpenFile &file, LastUse use) {
-    if (file.lastUse != LastUse::None && file.lastUse != use &&
-        ::fseeko(file.stream, 0, SEEK_CUR) != 0) {
-        return false;
+qob::OpenFile *openPath(const char *path, const qob::OpenMode &mode) {
+    if (qob::OpenFile *waiting = takeWaiting(path, mode)) {
+        return waiting;
     }
-    file.lastUse = use;
-    return true;
+    const qob::Place place = qob::placeOf(path);
+    return place.temporary != nullptr ? place.temporary->open(place.path, place.name, mode)
+                                      : qob::OpenFile::onDisk(place.path, mode);
+}
+
+// Null with errno set, and the file closed, when no handle is left.
+QobFile *handleFor(qob::OpenFile *file) {
+    QobFile *handle = table().insert({file});
+    if (handle != nullptr) {
+        try {
+            qob::trackFile(handle);
+            return handle;
+        } catch (...) {
+            Entry dropped;
+            table().take(handle, &dropped);
+        }
+    }
+    qob::OpenFile::close(file);
+    errno = ENOMEM;
+    return nullptr;
 }
 
 bool isWhence(int32_t whence) {
@@ -89,80 +95,98 @@ bool isWhence(int32_t whence) {
 
 constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
 
+// A partial item is transferred, but not counted.
+int32_t items(std::size_t bytes, int32_t size) {
+    return static_cast<int32_t>(size == 1 ? bytes : bytes / static_cast<std::size_t>(size));
+}
+
+std::size_t bytesOf(int32_t size, int32_t count) {
+    return static_cast<std::size_t>(size) * static_cast<std::size_t>(count);
+}
+
 } // namespace
 
 QOB_HOST_EXPORT QobFile *QOB_FileOpen(const char *path, const char *mode) {
-    StreamMode openMode{};
-    if (path == nullptr || *path == '\0' || !streamMode(mode, &openMode)) {
+    qob::OpenMode openMode;
+    if (path == nullptr || *path == '\0' || !parseMode(mode, &openMode)) {
         errno = EINVAL;
         return nullptr;
     }
-    std::FILE *stream = std::fopen(path, openMode.text);
-    if (stream == nullptr) {
+    try {
+        qob::OpenFile *file = openPath(path, openMode);
+        return file == nullptr ? nullptr : handleFor(file);
+    } catch (...) {
+        errno = ENOMEM;
         return nullptr;
     }
-    const bool directory = isDirectory(stream);
-    QobFile *handle = directory ? nullptr : track({stream, LastUse::None});
-    if (handle == nullptr) {
-        static_cast<void>(std::fclose(stream));
-        errno = directory ? EISDIR : ENOMEM;
-    }
-    return handle;
 }
 
 QOB_HOST_EXPORT int32_t QOB_FileRead(void *buffer, int32_t size, int32_t count, QobFile *file) {
-    OpenFile *open = table().find(file);
-    if (open == nullptr || size <= 0 || count <= 0 || !prepareFor(*open, LastUse::Read)) {
+    qob::OpenFile *open = fileOf(file);
+    if (open == nullptr || size <= 0 || count <= 0) {
         return 0;
     }
-    return static_cast<int32_t>(std::fread(buffer, static_cast<std::size_t>(size),
-                                           static_cast<std::size_t>(count), open->stream));
+    return items(open->read(buffer, bytesOf(size, count)), size);
 }
 
 QOB_HOST_EXPORT int32_t QOB_FileWrite(const void *buffer, int32_t size, int32_t count,
                                       QobFile *file) {
-    OpenFile *open = table().find(file);
-    if (open == nullptr || size <= 0 || count <= 0 || !prepareFor(*open, LastUse::Write)) {
+    qob::OpenFile *open = fileOf(file);
+    if (open == nullptr || size <= 0 || count <= 0) {
         return 0;
     }
-    return static_cast<int32_t>(std::fwrite(buffer, static_cast<std::size_t>(size),
-                                            static_cast<std::size_t>(count), open->stream));
+    return items(open->write(buffer, bytesOf(size, count)), size);
 }
 
 QOB_HOST_EXPORT int32_t QOB_FileSeek(QobFile *file, int32_t offset, int32_t whence) {
-    OpenFile *open = table().find(file);
-    if (open == nullptr || !isWhence(whence) ||
-        ::fseeko(open->stream, offset, kWhence[whence]) != 0) {
-        return -1;
-    }
-    open->lastUse = LastUse::None;
-    return 0;
+    qob::OpenFile *open = fileOf(file);
+    return open != nullptr && isWhence(whence) && open->seek(offset, kWhence[whence]) ? 0 : -1;
 }
 
 QOB_HOST_EXPORT int32_t QOB_FileTell(QobFile *file) {
-    OpenFile *open = table().find(file);
-    const off_t position = open == nullptr ? -1 : ::ftello(open->stream);
+    const qob::OpenFile *open = fileOf(file);
+    const off_t position = open == nullptr ? -1 : open->tell();
     const bool fits = position >= 0 && position <= std::numeric_limits<int32_t>::max();
     return fits ? static_cast<int32_t>(position) : -1;
 }
 
 // What is still buffered counts as written.
 QOB_HOST_EXPORT uint32_t QOB_FileTellSize(QobFile *file) {
-    OpenFile *open = table().find(file);
-    struct stat status {};
-    if (open == nullptr || (open->lastUse == LastUse::Write && std::fflush(open->stream) != 0) ||
-        ::fstat(::fileno(open->stream), &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_size >= off_t{kUnknownSize}) {
-        return kUnknownSize;
-    }
-    return static_cast<uint32_t>(status.st_size);
+    qob::OpenFile *open = fileOf(file);
+    const off_t size = open == nullptr ? -1 : open->size();
+    return size >= 0 && size < off_t{kUnknownSize} ? static_cast<uint32_t>(size) : kUnknownSize;
 }
 
 QOB_HOST_EXPORT int32_t QOB_FileClose(QobFile *file) {
-    OpenFile closed;
+    Entry closed;
     if (!table().take(file, &closed)) {
         return -1;
     }
     qob::forgetFile(file);
-    return std::fclose(closed.stream) == 0 ? 0 : -1;
+    return qob::OpenFile::close(closed.file) ? 0 : -1;
+}
+
+QOB_HOST_EXPORT int32_t qob_file_is_regular(QobFile *file) {
+    const qob::OpenFile *open = fileOf(file);
+    return open != nullptr && open->isRegular() ? 1 : 0;
+}
+
+QOB_HOST_EXPORT void qob_file_close_to_reopen(QobFile *file, const char *path) {
+    Entry closed;
+    if (!table().take(file, &closed)) {
+        return;
+    }
+    qob::forgetFile(file);
+    qob::Scope *scope = qob::currentScope();
+    if (scope == nullptr || scope->waiting != nullptr || path == nullptr ||
+        closed.file->mayWrite() || !closed.file->isRegular() || !closed.file->seek(0, SEEK_SET)) {
+        qob::OpenFile::close(closed.file);
+        return;
+    }
+    try {
+        scope->waitingPath = path;
+        scope->waiting = closed.file;
+    } catch (...) {
+        qob::OpenFile::close(closed.file);
+    }
 }

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <string>
 
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,19 +22,11 @@ namespace {
 constexpr std::size_t kNameCapacity = 4096;
 constexpr int32_t kFailed = -1;
 
-bool fillRandom(void *bytes, std::size_t size) {
-    ssize_t got = -1;
-    do {
-        got = ::getrandom(bytes, size, 0);
-    } while (got < 0 && errno == EINTR);
-    return got == static_cast<ssize_t>(size);
-}
-
 // Empty when the system has no random numbers to give.
 std::string unscopedName() {
     static std::atomic<std::uint64_t> counter{0};
     std::array<std::uint64_t, 2> random{};
-    if (!fillRandom(random.data(), sizeof random)) {
+    if (!qob::fillRandom(random.data(), sizeof random)) {
         return {};
     }
     const char *root = std::getenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe)
@@ -86,11 +77,29 @@ QOB_HOST_EXPORT int32_t QOB_ASC_tmpnam1(const char *basePath, char *name) {
 
 // Files only: a directory is never removed by name.
 QOB_HOST_EXPORT int32_t QOB_ASC_remove(const char *path) {
-    return path == nullptr || *path == '\0' || ::unlink(path) != 0 ? kFailed : 0;
+    if (path == nullptr || *path == '\0') {
+        return kFailed;
+    }
+    const qob::Place place = qob::placeOf(path);
+    if (place.path != path) {
+        return qob::removeAlias(path);
+    }
+    const int result =
+        place.temporary != nullptr ? place.temporary->remove(path, place.name) : ::unlink(path);
+    return result != 0 ? kFailed : 0;
 }
 
 // A symbolic link takes its name even when it leads nowhere.
 QOB_HOST_EXPORT int32_t QOB_FindFile(const char *path) {
     struct stat status {};
-    return path == nullptr || *path == '\0' || ::lstat(path, &status) != 0 ? -1 : 0;
+    if (path == nullptr || *path == '\0') {
+        return kFailed;
+    }
+    const qob::Place place = qob::placeOf(path);
+    if (place.path != path) {
+        return 0;
+    }
+    const int result = place.temporary != nullptr ? place.temporary->find(path, place.name)
+                                                  : ::lstat(path, &status);
+    return result != 0 ? kFailed : 0;
 }

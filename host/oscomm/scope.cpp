@@ -5,15 +5,17 @@
 #include "scope.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <new>
-#include <string_view>
 #include <system_error>
+#include <utility>
 
+#include <sys/random.h>
 #include <unistd.h>
 
 #include "base36.h"
@@ -31,46 +33,41 @@ std::vector<Scope> &scopes() {
     return threadScopes;
 }
 
-std::string rootFor(const char *tempRoot) {
+// The path from '/', so that it holds when the process changes its working directory. Empty with
+// errno set when it does not exist.
+std::string absolutePath(const char *path) {
+    std::array<char, PATH_MAX> resolved{};
+    return ::realpath(path, resolved.data()) != nullptr ? resolved.data() : std::string();
+}
+
+const char *rootFor(const char *tempRoot) {
     if (tempRoot != nullptr) {
         return tempRoot;
-    }
-    if (const Scope *scope = currentScope()) {
-        return scope->root;
     }
     const char *configured = std::getenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe)
     return configured != nullptr && *configured != '\0' ? configured : "/tmp";
 }
 
-// The path from '/', so that it holds when the process changes its working directory. Empty with
-// errno set when it does not exist.
-std::string absolutePath(const std::string &path) {
-    char *resolved = ::realpath(path.c_str(), nullptr);
-    if (resolved == nullptr) {
-        return {};
+// Empty with errno set when no directory can be made there. The enclosing scope has asked already.
+std::string checkedRoot(const char *tempRoot) {
+    const Scope *outer = currentScope();
+    if (tempRoot == nullptr && outer != nullptr) {
+        return outer->root;
     }
-    std::string result;
-    try {
-        result = resolved;
-    } catch (...) {
-        std::free(resolved); // NOLINT(cppcoreguidelines-no-malloc): realpath's
-        throw;
-    }
-    std::free(resolved); // NOLINT(cppcoreguidelines-no-malloc): realpath's
-    return result;
+    std::string root = absolutePath(rootFor(tempRoot));
+    return root.empty() || ::access(root.c_str(), W_OK | X_OK) != 0 ? std::string() : root;
 }
 
+// The directory is made when something has to lie in it: most extractions need none.
 int32_t enter(const char *tempRoot) {
     Scope scope;
-    scope.root = absolutePath(rootFor(tempRoot));
-    if (scope.root.empty()) {
+    scope.root = checkedRoot(tempRoot);
+    std::uint64_t random = 0;
+    if (scope.root.empty() || !fillRandom(&random, sizeof random)) {
         return -1;
     }
-    scope.directory = (scope.root == "/" ? std::string() : scope.root) + "/qob-XXXXXX";
-    scopes().reserve(scopes().size() + 1);
-    if (::mkdtemp(scope.directory.data()) == nullptr) {
-        return -1;
-    }
+    scope.temporary = std::make_unique<TempFiles>((scope.root == "/" ? std::string() : scope.root) +
+                                                  "/qob-" + base36(random));
     scopes().push_back(std::move(scope));
     return 0;
 }
@@ -83,34 +80,80 @@ bool isEnding(std::string_view text) {
 }
 
 // ".eml" of "/mail/a.eml"; empty when there is none worth keeping.
-std::string endingOf(std::string_view path) {
+std::string_view endingOf(std::string_view path) {
     const std::string_view name = path.substr(path.rfind('/') + 1);
     const std::size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || !isEnding(name.substr(dot + 1))) {
-        return {};
-    }
-    return std::string(name.substr(dot));
+    const bool kept = dot != std::string_view::npos && isEnding(name.substr(dot + 1));
+    return kept ? name.substr(dot) : std::string_view{};
+}
+
+bool link(Scope &scope, const std::string &name, const std::string &target) {
+    return scope.temporary->makeDirectory() && ::symlink(target.c_str(), name.c_str()) == 0;
+}
+
+// A file that is only in memory can have no link.
+bool isInMemory(const std::string &path) {
+    const Place place = placeOf(path.c_str());
+    return place.temporary != nullptr && place.temporary->isInMemory(place.name);
 }
 
 int32_t makeAlias(Scope &scope, const char *path, char *alias) {
-    const std::string name = newScopeName(scope) + endingOf(path);
+    const std::string name = newScopeName(scope) + std::string(endingOf(path));
     if (name.size() >= kNameCapacity) {
         errno = ENAMETOOLONG;
         return -1;
     }
-    const std::string target = std::filesystem::absolute(path).string();
-    const auto [entry, added] = scope.aliases.emplace(name, qob_scope_real_path(path));
-    if (::symlink(target.c_str(), name.c_str()) != 0) {
-        if (added) {
-            scope.aliases.erase(entry);
-        }
+    const std::string target = std::filesystem::absolute(placeOf(path).path).string();
+    const bool linked = !isInMemory(target);
+    const auto entry =
+        scope.aliases.emplace(name, Alias{qob_scope_real_path(path), target, linked}).first;
+    if (linked && !link(scope, name, target)) {
+        scope.aliases.erase(entry);
         return -1;
     }
     std::memcpy(alias, name.c_str(), name.size() + 1);
     return 0;
 }
 
+bool storeTarget(const char *path) {
+    const Place place = placeOf(path);
+    return place.temporary == nullptr || place.temporary->store(place.name);
+}
+
+bool store(const char *path) {
+    if (!storeTarget(path)) {
+        return false;
+    }
+    for (Scope &scope : scopes()) {
+        const auto found = scope.aliases.find(std::string_view(path));
+        if (found != scope.aliases.end() && !found->second.linked) {
+            found->second.linked = link(scope, found->first, found->second.target);
+            return found->second.linked;
+        }
+    }
+    return true;
+}
+
+void closeAll(Scope &scope) {
+    while (!scope.files.empty()) {
+        QobFile *file = scope.files.back();
+        scope.files.pop_back();
+        QOB_FileClose(file);
+    }
+    if (scope.waiting != nullptr) {
+        OpenFile::close(std::exchange(scope.waiting, nullptr));
+    }
+}
+
 } // namespace
+
+bool fillRandom(void *bytes, std::size_t size) {
+    ssize_t got = -1;
+    do {
+        got = ::getrandom(bytes, size, 0);
+    } while (got < 0 && errno == EINTR);
+    return got == static_cast<ssize_t>(size);
+}
 
 Scope *currentScope() {
     return scopes().empty() ? nullptr : &scopes().back();
@@ -119,7 +162,37 @@ Scope *currentScope() {
 // One '_' at the beginning and no other: attachment files of the same directory carry their base
 // name twice, and so never such a name.
 std::string newScopeName(Scope &scope) {
-    return scope.directory + "/_" + base36(++scope.names);
+    return scope.temporary->directory() + "/_" + base36(++scope.names);
+}
+
+Place placeOf(const char *path) {
+    Place place{path, nullptr, {}};
+    const std::string_view text = path;
+    for (auto scope = scopes().rbegin(); scope != scopes().rend(); ++scope) {
+        const std::string_view name = scope->temporary->nameOf(text);
+        if (name.empty()) {
+            continue;
+        }
+        const auto alias = scope->aliases.find(text);
+        if (alias != scope->aliases.end() && !alias->second.linked) {
+            return placeOf(alias->second.target.c_str()); // no alias of this kind itself
+        }
+        place.temporary = scope->temporary.get();
+        place.name = name;
+        break;
+    }
+    return place;
+}
+
+int32_t removeAlias(std::string_view alias) {
+    for (Scope &scope : scopes()) {
+        const auto found = scope.aliases.find(alias);
+        if (found != scope.aliases.end()) {
+            scope.aliases.erase(found);
+            return 0;
+        }
+    }
+    return -1;
 }
 
 void trackFile(QobFile *file) {
@@ -155,24 +228,17 @@ QOB_HOST_EXPORT void qob_scope_leave(void) {
         return;
     }
     const int savedErrno = errno;
-    std::vector<QobFile *> &files = qob::scopes().back().files;
-    while (!files.empty()) {
-        QobFile *file = files.back();
-        files.pop_back();
-        QOB_FileClose(file);
-    }
-    try {
-        std::error_code ignored;
-        std::filesystem::remove_all(qob::scopes().back().directory, ignored);
-    } catch (...) { // NOLINT(bugprone-empty-catch): no memory to walk the directory: it stays
-    }
+    qob::closeAll(qob::scopes().back());
     qob::scopes().pop_back();
     errno = savedErrno;
 }
 
 QOB_HOST_EXPORT const char *qob_scope_directory(void) {
     const qob::Scope *scope = qob::currentScope();
-    return scope == nullptr ? nullptr : scope->directory.c_str();
+    if (scope == nullptr || !scope->temporary->makeDirectory()) {
+        return nullptr;
+    }
+    return scope->temporary->directory().c_str();
 }
 
 QOB_HOST_EXPORT uint32_t qob_scope_depth(void) {
@@ -196,18 +262,24 @@ QOB_HOST_EXPORT int32_t qob_scope_alias(const char *path, char *alias) {
     return -1;
 }
 
+QOB_HOST_EXPORT int32_t qob_scope_store(const char *path) {
+    try {
+        return path != nullptr && qob::store(path) ? 0 : -1;
+    } catch (...) {
+        errno = ENOMEM;
+        return -1;
+    }
+}
+
 QOB_HOST_EXPORT const char *qob_scope_real_path(const char *path) {
     if (path == nullptr) {
         return nullptr;
     }
-    try {
-        for (const qob::Scope &scope : qob::scopes()) {
-            const auto found = scope.aliases.find(path);
-            if (found != scope.aliases.end()) {
-                return found->second.c_str();
-            }
+    for (const qob::Scope &scope : qob::scopes()) {
+        const auto found = scope.aliases.find(std::string_view(path));
+        if (found != scope.aliases.end()) {
+            return found->second.real.c_str();
         }
-    } catch (...) { // NOLINT(bugprone-empty-catch): no memory for the key: take the path as it is
     }
     return path;
 }

@@ -160,24 +160,24 @@ private:
         if (!scope.entered()) {
             return fail(QOB_ERR_TEMP, std::strerror(errno));
         }
+        const Claim claim =
+            options_.type == QOB_TYPE_MESSAGE ? Claim::kMessage : Claim::kMessagePossible;
         const PreparedInput input =
-            descriptor >= 0 ? prepareDescriptor(descriptor) : prepareFile(name_);
+            descriptor >= 0 ? prepareDescriptor(descriptor, claim) : prepareFile(name_, claim);
         if (input.path.empty()) {
             return fail(EML_ERR_INPUT, input.reason.c_str());
         }
-        return extractFile(input.path.c_str());
+        return extractFile(input);
     }
 
-    int32_t extractFile(const char *path) {
+    int32_t extractFile(const PreparedInput &input) {
         extraction_.depthLimit = std::min(options_.depthLimit, QOB_MAX_DEPTH_LIMIT);
         extraction_.flags = params_.flags;
         extraction_.collectsCodes = options_.keepGoing != 0;
         const ExtractionGuard guard(extraction_);
-        relay_.setAlias(path);
-        const Claim claim =
-            options_.type == QOB_TYPE_MESSAGE ? Claim::kMessage : Claim::kMessagePossible;
+        relay_.setAlias(input.path.c_str());
         const int32_t code =
-            runFilter(extraction_, FilterRun{path, claim, false, &params_, &stream_, &relay_});
+            runFilter(extraction_, FilterRun{&input, false, &params_, &stream_, &relay_});
         relay_.setAlias(nullptr);
         // A limit leaves text out and is reported, but the message was read.
         return extraction_.collectsCodes && isLimitCode(code) ? int32_t{EML_OK} : code;

@@ -8,6 +8,7 @@
 
 #include "filter_loader.h"
 #include "qob_conf_language.h"
+#include "qob_filter.h"
 #include "qob_scope.h"
 #include "stream.h"
 
@@ -51,12 +52,20 @@ private:
     uint32_t levels_;
 };
 
+// On disk is what the filter looks for there, by what is known of it (qob_filter_files). False with
+// errno set.
+bool provideFiles(uint32_t known, const char *path) {
+    const bool hasInput = (known & QOB_FILTER_HOST_INPUT) != 0 || qob_scope_store(path) == 0;
+    return hasInput &&
+           ((known & QOB_FILTER_HOST_TEMPORARIES) != 0 || qob_scope_directory() != nullptr);
+}
+
 int32_t callFilter(Extraction &extraction, const Filter &filter, const FilterRun &run) {
     const std::string language(run.params->language,
                                strnlen(run.params->language, sizeof run.params->language));
     const LanguageGuard guard(language.c_str());
-    const int32_t code =
-        filter.extract(run.path, run.stream, run.params, nullptr, run.relay->callback());
+    const int32_t code = filter.extract(run.input->path.c_str(), run.stream, run.params, nullptr,
+                                        run.relay->callback());
     if (code == EML_ERR_LIMIT) {
         run.stream->truncated = true;
     }
@@ -103,11 +112,11 @@ void reportLimit(Extraction &extraction, NoticeRelay &relay, int32_t code) {
 }
 
 int32_t runFilter(Extraction &extraction, const FilterRun &run) {
-    FileType type{};
-    if (!detectFileType(run.path, run.claim, type)) {
-        run.relay->report(EML_ERR_INPUT, std::strerror(errno));
+    if (run.input->error != 0) {
+        run.relay->report(EML_ERR_INPUT, std::strerror(run.input->error));
         return EML_ERR_INPUT;
     }
+    const FileType &type = run.input->type;
     if (type.library == nullptr) {
         const std::string reason = std::string("the file is ") + type.name;
         run.relay->report(QOB_ERR_NO_FILTER, reason.c_str());
@@ -122,6 +131,10 @@ int32_t runFilter(Extraction &extraction, const FilterRun &run) {
     if (filter.extract == nullptr) {
         run.relay->report(QOB_ERR_FILTER_LOAD, filter.reason.c_str());
         return QOB_ERR_FILTER_LOAD;
+    }
+    if (!provideFiles(type.files | filter.files, run.input->path.c_str())) {
+        run.relay->report(QOB_ERR_TEMP, std::strerror(errno));
+        return QOB_ERR_TEMP;
     }
     const RunningGuard guard(extraction, run, levels);
     return callFilter(extraction, filter, run);

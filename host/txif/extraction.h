@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "extraction_limits.h"
-#include "file_type.h"
+#include "input_file.h"
 #include "notice_relay.h"
 #include "qob_extract.h"
 
@@ -66,8 +66,7 @@ private:
 
 // One file to be extracted. Everything must outlive the run.
 struct FilterRun {
-    const char *path; // as the filter opens it: a short name
-    Claim claim;
+    const PreparedInput *input;
     bool nested;              // asked for by another filter
     const HostParams *params; // as the filter gets them
     QobStream *stream;
@@ -77,7 +76,7 @@ struct FilterRun {
 // Reports a limit through the relay, unless this extraction has reported it before.
 void reportLimit(Extraction &extraction, NoticeRelay &relay, int32_t code);
 
-// Finds the type of the file and runs its filter under the depth limit of `extraction`. Returns the
+// Runs the filter of the file's type under the depth limit of `extraction`. Returns the
 // filter's code, or the host's own; a failure has been reported through the relay.
 int32_t runFilter(Extraction &extraction, const FilterRun &run);
 

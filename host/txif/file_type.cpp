@@ -11,12 +11,14 @@
 
 #include "container_signs.h"
 #include "content_signs.h"
-#include "qob_host.h"
+#include "qob_filter.h"
 
 namespace qob {
 namespace {
 
-constexpr FileType kMessage{"a message", "libqob_txeml.so.5", true};
+// The e-mail filter knows no files but those of the host's services.
+constexpr FileType kMessage{"a message", "libqob_txeml.so.5", true,
+                            QOB_FILTER_HOST_TEMPORARIES | QOB_FILTER_HOST_INPUT};
 constexpr FileType kHtml{"an HTML document", "libqob_txhtml.so.5", false};
 constexpr FileType kPdf{"a PDF document", "libqob_txpdf.so.5", false};
 constexpr FileType kOffice{"an office document", "libqob_txoffice.so.5", true};
@@ -118,19 +120,6 @@ FileType fileTypeOf(std::string_view head, std::string_view name, Claim claim) {
         return kHtml;
     }
     return typeByEnding(head, name).value_or(kText);
-}
-
-bool detectFileType(const char *path, Claim claim, FileType &type) {
-    QobFile *file = QOB_FileOpen(path, "rb");
-    if (file == nullptr) {
-        return false;
-    }
-    std::array<char, kHeadSize> head{};
-    const int32_t count = QOB_FileRead(head.data(), 1, static_cast<int32_t>(head.size()), file);
-    QOB_FileClose(file);
-    const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 0;
-    type = fileTypeOf(std::string_view(head.data(), length), path, claim);
-    return true;
 }
 
 } // namespace qob

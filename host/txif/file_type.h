@@ -2,6 +2,7 @@
 // The types of files that the host tells apart, and the filter library of each.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 namespace qob {
@@ -10,6 +11,7 @@ struct FileType {
     const char *name;    // for people: "a PDF document"
     const char *library; // soname of the filter, or null when nothing reads this type
     bool nests;          // may bring files of its own, so that it counts towards the depth limit
+    uint32_t files = 0;  // what is known of its filter, as qob_filter_files tells it
 };
 
 // What the caller knows about the file.
@@ -22,9 +24,6 @@ enum class Claim {
 // The type of a file that begins with `head` (up to kHeadSize bytes) and is called `name`. Content
 // decides first, then the name's ending, then it is text. Unreadable types name their kind.
 FileType fileTypeOf(std::string_view head, std::string_view name, Claim claim);
-
-// The same for the file `path`. False when it cannot be read.
-bool detectFileType(const char *path, Claim claim, FileType &type);
 
 // The row of messages.
 const FileType &messageType();

@@ -69,6 +69,9 @@ Filter load(const char *library) {
     if (filter.extract == nullptr) {
         filter.reason = lastLinkerError(library);
     }
+    if (const void *files = dlsym(handle, "qob_filter_files")) {
+        filter.files = *static_cast<const uint32_t *>(files);
+    }
     return filter;
 }
 

@@ -3,6 +3,7 @@
 // and kept for the life of the process. Any thread may ask for a filter at any time.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "qob_txeml.h"
@@ -14,6 +15,7 @@ using StreamEntryPoint = decltype(&GetTextStreamWithErrCallback);
 struct Filter {
     StreamEntryPoint extract = nullptr; // null: the library cannot be used
     std::string reason;                 // why, for a person
+    uint32_t files = 0;                 // its qob_filter_files, 0 when it has none
 };
 
 // The filter in the library with this soname. It is looked up in $QOB_FILTER_DIR, beside this

@@ -107,8 +107,7 @@ int32_t runInScope(Extraction &extraction, const Insertion &insertion, NoticeRel
     const HostParams params =
         childParams(extraction, insertion, stream.limited ? stream.room : QOB_NO_LIMIT);
     stream.params = &params;
-    const int32_t code = runFilter(
-        extraction, FilterRun{input.path.c_str(), Claim::kNone, true, &params, &stream, &relay});
+    const int32_t code = runFilter(extraction, FilterRun{&input, true, &params, &stream, &relay});
     stream.params = nullptr;
     relay.setAlias(nullptr);
     return code;

@@ -33,7 +33,7 @@ TEST_F(Tool, PrintsSeveralMessagesOneAfterTheOther) {
 
 TEST_F(Tool, ReadsStandardInput) {
     const Finished result = run({"-"}, {.input = "library\npath-length\n"});
-    EXPECT_EQ(result.out, "library=txeml\npath-length=6\n");
+    EXPECT_EQ(result.out, "library=txeml\npath-length=9\n");
     EXPECT_EQ(result.status, 0);
 }
 

@@ -89,9 +89,4 @@ TEST(FileType, OfAnUnreadableFileNamesItsKind) {
     EXPECT_STREQ(qob::fileTypeOf("\0\1"s, "1", Claim::kNone).name, "binary data");
 }
 
-TEST(FileType, OfAMissingFileIsNone) {
-    qob::FileType type{};
-    EXPECT_FALSE(qob::detectFileType("/nonexistent/file", Claim::kNone, type));
-}
-
 } // namespace

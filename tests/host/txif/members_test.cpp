@@ -70,6 +70,15 @@ TEST_F(MembersOf, AContainerAreNamedOnlyWhenAttachmentsAreOff) {
     EXPECT_EQ(extract(container("c", textMember("a", "x")), options).text, "a\n\n");
 }
 
+TEST_F(MembersOf, AContainerLieOnDiskForAFilterThatTellsNothingOfItsFiles) {
+    EXPECT_EQ(extract(container("c", textMember("a.txt", "on-disk"))).text, "a.txt\non-disk=1\n\n");
+}
+
+TEST_F(MembersOf, AContainerThatAreMessagesNeedNoFileOnDisk) {
+    const std::string mail = "member a.eml\ntext Subject: x\ntext To: y\ntext on-disk\nend\n";
+    EXPECT_THAT(extract(container("c", mail)).text, testing::HasSubstr("on-disk=0\n"));
+}
+
 TEST_F(MembersOf, AContainerGoToTheFilterOfTheirEnding) {
     EXPECT_EQ(extract(container("c", textMember("a/page.HTML", "library") +
                                          textMember("a.html/page", "library")))

@@ -4,6 +4,7 @@
 //
 //   library          writes the filter's name
 //   path-length      writes the length of the input's base name
+//   on-disk          writes 1 when the input can be opened by its path, else 0
 //   options, flags   write these fields of the parameters in hexadecimal
 //   language         writes the language of the converter
 //   insert PATH      hands the file over as an attachment
@@ -23,8 +24,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <sstream>
 #include <string>
+
+#include <unistd.h>
 
 #include "fake_clock.h"
 #include "qob_conf_language.h"
@@ -45,10 +48,12 @@ public:
     ScriptRun &operator=(const ScriptRun &) = delete;
 
     int32_t run() {
-        std::ifstream input(path_);
-        if (!input) {
+        QobFile *file = QOB_FileOpen(path_, "rb");
+        if (file == nullptr) {
             return EML_ERR_INPUT;
         }
+        std::istringstream input(contentOf(file));
+        QOB_FileClose(file);
         std::string line;
         while (!ended_ && std::getline(input, line)) {
             obey(line);
@@ -57,6 +62,16 @@ public:
     }
 
 private:
+    static std::string contentOf(QobFile *file) {
+        std::string content;
+        std::array<char, 4096> piece{};
+        int32_t count = 0;
+        while ((count = QOB_FileRead(piece.data(), 1, piece.size(), file)) > 0) {
+            content.append(piece.data(), static_cast<std::size_t>(count));
+        }
+        return content;
+    }
+
     void obey(const std::string &line) {
         const std::string command = line.substr(0, line.find(' '));
         const std::string argument =
@@ -99,6 +114,9 @@ private:
         }
         if (line == "library") {
             return "library=" FILTER_NAME;
+        }
+        if (line == "on-disk") {
+            return std::string("on-disk=") + (access(path_, F_OK) == 0 ? "1" : "0");
         }
         if (line == "language") {
             return std::string("language=") + qob_conf_language();
