@@ -3,6 +3,7 @@
 #include "emlcomm/quoted_printable.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 
@@ -11,17 +12,23 @@
 
 namespace {
 
-uint8_t digitValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return static_cast<uint8_t>(c - '0');
+// What each byte counts as in an escape: a hexadecimal digit its value, any other its own code.
+constexpr std::array<uint8_t, 256> makeDigitValues() {
+    std::array<uint8_t, 256> values{};
+    for (size_t c = 0; c < values.size(); ++c) {
+        values[c] = static_cast<uint8_t>(c);
     }
-    if (c >= 'A' && c <= 'F') {
-        return static_cast<uint8_t>(c - 'A' + 10);
+    for (uint8_t value = 0; value < 16; ++value) {
+        values[static_cast<unsigned char>("0123456789ABCDEF"[value])] = value;
+        values[static_cast<unsigned char>("0123456789abcdef"[value])] = value;
     }
-    if (c >= 'a' && c <= 'f') {
-        return static_cast<uint8_t>(c - 'a' + 10);
-    }
-    return static_cast<uint8_t>(c);
+    return values;
+}
+constexpr std::array<uint8_t, 256> kDigitValues = makeDigitValues();
+
+uint8_t escapedByte(char first, char second) {
+    return static_cast<uint8_t>(kDigitValues[static_cast<unsigned char>(first)] * 16 +
+                                kDigitValues[static_cast<unsigned char>(second)]);
 }
 
 // Grows qpBuffer by `growth` bytes, or by as much more as `appended` bytes need, with zeros.
@@ -94,11 +101,12 @@ uint32_t decode(const char *text, uint32_t length, char *decoded) {
         if (found == nullptr) {
             break;
         }
-        const auto escaped = static_cast<size_t>(std::min<ptrdiff_t>(end - found - 1, 2));
-        char digits[2] = {};
-        std::memcpy(digits, found + 1, escaped);
-        *out++ = static_cast<char>(atoi_my(digits));
-        text = found + 1 + escaped;
+        if (end - found < 3) {
+            *out++ = static_cast<char>(escapedByte(found + 1 < end ? found[1] : '\0', '\0'));
+            break;
+        }
+        *out++ = static_cast<char>(escapedByte(found[1], found[2]));
+        text = found + 3;
     }
     return static_cast<uint32_t>(out - decoded);
 }
@@ -192,7 +200,7 @@ QOB_EXPORT int32_t analyzeQF_Con(ExtractionHandle *handle, const char *line, uin
 }
 
 QOB_EXPORT uint8_t atoi_my(const char *digits) {
-    return static_cast<uint8_t>(digitValue(digits[0]) * 16 + digitValue(digits[1]));
+    return escapedByte(digits[0], digits[1]);
 }
 
 QOB_EXPORT uint32_t WriteStrToFile(ExtractionHandle *handle, const char *buffer, uint32_t length) {
