@@ -18,11 +18,11 @@ extern "C" {
 
 /* Enters a scope with a private directory (random name) in `tempRoot`, or in the enclosing scope's
    root when null (the outermost: $TMPDIR, else /tmp). The directory's path is absolute; it is made
-   (mode 0700) when something has to lie in it, at the latest when qob_scope_directory asks. 0, or -1
-   with errno set and no scope entered, as for a root in which no directory can be made.
+   (mode 0700) when something has to lie in it, at the latest when qob_scope_directory asks. 0, or
+   -1 with errno set and no scope entered, as for a root in which no directory can be made.
 
-   A temporary file that QOB_FileOpen creates in the directory stays in memory while it is small, and
-   exists for the file services on this thread only (see qob_scope_store). */
+   A temporary file that QOB_FileOpen creates in the directory stays in memory while it is small,
+   and exists for the file services on this thread only (see qob_scope_store). */
 int32_t qob_scope_enter(const char *tempRoot);
 
 /* Leaves the innermost scope of this thread: closes what was opened in it and is still open, and
@@ -31,8 +31,8 @@ int32_t qob_scope_enter(const char *tempRoot);
 void qob_scope_leave(void);
 
 /* The innermost scope's directory without a final '/', made by now; null outside every scope, or
-   with errno set when it cannot be made. Whoever creates files under temporary names other than with
-   QOB_FileOpen calls this first. */
+   with errno set when it cannot be made. Whoever creates files under temporary names other than
+   with QOB_FileOpen calls this first. */
 const char *qob_scope_directory(void);
 
 /* How many scopes this thread is in. */
@@ -46,7 +46,8 @@ uint32_t qob_scope_depth(void);
 int32_t qob_scope_alias(const char *path, char *alias);
 
 /* Makes sure that a temporary file, or the file that an alias stands for, can be opened by its path
-   by anybody, not by QOB_FileOpen alone. For other paths it does nothing. 0, or -1 with errno set. */
+   by anybody, not by QOB_FileOpen alone. For other paths it does nothing. 0, or -1 with errno set.
+ */
 int32_t qob_scope_store(const char *path);
 
 /* 1 for an open regular file, 0 for a device or a pipe. */

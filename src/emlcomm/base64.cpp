@@ -89,7 +89,7 @@ Mapping mappingOfLine(ExtractionHandle *handle, const char *line, uint32_t lengt
 }
 
 // The groups of a line before its last one, which may be padded or cut short.
-constexpr uint32_t groupsBeforeLast(uint32_t count) {
+constexpr size_t groupsBeforeLast(uint32_t count) {
     return count > 4 ? (count - 5) / 4 + 1 : 0;
 }
 
@@ -121,19 +121,19 @@ void decodeLine(ExtractionHandle *handle, const char *text, uint32_t length, Map
     char *values = buffers.values.get();
     char *decoded = buffers.decoded.get();
     const bool standard = isStandardAlphabet();
-    const uint32_t done = standard ? eml::decodeSextets(text, length / 4, decoded) : 0;
+    const size_t done = standard ? eml::decodeSextets(text, length / 4, decoded) : 0;
     if (4 * done == length && length > 0 && handle->base64PadCount == 0) {
         return;
     }
     // The last group is cut short by the pads counted, and so are its sextets.
-    const uint32_t groups = groupsBeforeLast(length);
-    const uint32_t kept = std::min(done, groups);
-    const uint32_t rest = length - 4 * kept;
+    const size_t groups = groupsBeforeLast(length);
+    const size_t kept = std::min(done, groups);
+    const size_t rest = length - 4 * kept;
     std::memset(values, 0, rest + 4);
     std::memset(decoded + 3 * kept, 0, 3 * (groups - kept + 1));
     mapCharacters(handle, {text + 4 * kept, rest}, mapping, values);
     conver64toNormal(handle, reinterpret_cast<const uint8_t *>(values),
-                     reinterpret_cast<uint8_t *>(decoded + 3 * kept), rest);
+                     reinterpret_cast<uint8_t *>(decoded + 3 * kept), static_cast<uint32_t>(rest));
 }
 
 } // namespace

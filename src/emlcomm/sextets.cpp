@@ -3,6 +3,7 @@
 #include "emlcomm/sextets.h"
 
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 #if defined(__x86_64__)
@@ -37,7 +38,7 @@ constexpr GroupBits kGroupBits;
 
 #if defined(__x86_64__)
 
-constexpr uint32_t kGroupsAtOnce = 8;
+constexpr size_t kGroupsAtOnce = 8;
 
 // One byte for every value of half a character's code.
 using ByHalf = std::array<int8_t, 16>;
@@ -84,15 +85,15 @@ __attribute__((target("avx2"))) inline bool decodeBlock(const char *text, char *
 
 // Decodes block by block, up to one that holds a character outside the alphabet. The last block of
 // a line overlaps the one before it. The groups decoded.
-__attribute__((target("avx2"))) uint32_t decodeBlocks(const char *text, uint32_t count, char *out) {
-    uint32_t done = 0;
+__attribute__((target("avx2"))) size_t decodeBlocks(const char *text, size_t count, char *out) {
+    size_t done = 0;
     while (count - done >= kGroupsAtOnce) {
         if (!decodeBlock(text + 4 * done, out + 3 * done)) {
             return done;
         }
         done += kGroupsAtOnce;
     }
-    const uint32_t last = count - kGroupsAtOnce;
+    const size_t last = count - kGroupsAtOnce;
     return done > 0 && done < count && decodeBlock(text + 4 * last, out + 3 * last) ? count : done;
 }
 
@@ -102,7 +103,7 @@ bool hasBlocks() {
 
 #else
 
-uint32_t decodeBlocks(const char * /*text*/, uint32_t /*count*/, char * /*out*/) {
+size_t decodeBlocks(const char * /*text*/, size_t /*count*/, char * /*out*/) {
     return 0;
 }
 
@@ -116,14 +117,14 @@ bool hasBlocks() {
 
 namespace eml {
 
-uint32_t decodeSextets(const char *text, uint32_t count, char *out) {
-    const uint32_t done = hasBlocks() ? decodeBlocks(text, count, out) : 0;
+size_t decodeSextets(const char *text, size_t count, char *out) {
+    const size_t done = hasBlocks() ? decodeBlocks(text, count, out) : 0;
     return done + decodeSextetsByTable(text + 4 * done, count - done, out + 3 * done);
 }
 
-uint32_t decodeSextetsByTable(const char *text, uint32_t count, char *out) {
+size_t decodeSextetsByTable(const char *text, size_t count, char *out) {
     const auto *in = reinterpret_cast<const unsigned char *>(text);
-    uint32_t group = 0;
+    size_t group = 0;
     for (; group < count; ++group, in += 4, out += 3) {
         const uint32_t bits = kGroupBits.at[0][in[0]] | kGroupBits.at[1][in[1]] |
                               kGroupBits.at[2][in[2]] | kGroupBits.at[3][in[3]];

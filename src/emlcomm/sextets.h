@@ -4,17 +4,17 @@
 #ifndef QOB_EMLCOMM_SEXTETS_H
 #define QOB_EMLCOMM_SEXTETS_H
 
-#include <cstdint>
+#include <cstddef>
 
 namespace eml {
 
 // Decodes groups from `text` on, `count` at the most, up to one that holds any other character.
 // Returns the groups decoded. `out` has 4 bytes for every group of `count`; the first 3 for every
 // group decoded are the result, the others undefined.
-uint32_t decodeSextets(const char *text, uint32_t count, char *out);
+size_t decodeSextets(const char *text, size_t count, char *out);
 
 // The same with tables only, for processors without vector instructions that help.
-uint32_t decodeSextetsByTable(const char *text, uint32_t count, char *out);
+size_t decodeSextetsByTable(const char *text, size_t count, char *out);
 
 } // namespace eml
 
