@@ -205,19 +205,8 @@ int32_t useMessageCharset(ExtractionHandle *handle) {
 }
 
 int32_t usePartCharset(ExtractionHandle *handle) {
-    // Walkers ask for every body line; the name is looked up when the field has changed. It stays
-    // within the field's size: a converter name is shorter, and a name that is kept loses blanks.
-    NormalisedName &last = handle->lastPartCharset;
-    if (last.known && std::memcmp(last.given, handle->partCharset, kPartCharsetSize) == 0) {
-        std::memcpy(handle->charsetName, last.name, kPartCharsetSize);
-        return EML_OK;
-    }
     std::memcpy(handle->charsetName, handle->partCharset, kPartCharsetSize);
-    const int32_t code = TranType(handle, handle->charsetName);
-    last.known = std::memchr(handle->partCharset, '\0', kPartCharsetSize) != nullptr;
-    std::memcpy(last.given, handle->partCharset, kPartCharsetSize);
-    std::memcpy(last.name, handle->charsetName, kPartCharsetSize);
-    return code;
+    return TranType(handle, handle->charsetName);
 }
 
 } // namespace eml

@@ -29,13 +29,6 @@ struct OptionsBlock {
 };
 static_assert(sizeof(OptionsBlock) == 40);
 
-// A part's charset field and what charsetName became of it.
-struct NormalisedName {
-    bool known;
-    char given[kPartCharsetSize];
-    char name[kPartCharsetSize];
-};
-
 struct ExtractionHandle {
     SessionRecord *sessionRecord;
     QobFile *outputFile; // file mode; closed by the entry point
@@ -80,7 +73,6 @@ struct ExtractionHandle {
     int32_t transferEncoding;
 
     char charsetName[kCharsetNameSize]; // the charset of the text being converted now
-    NormalisedName lastPartCharset;     // of the last partCharset that was taken over
     CconvOutputRecord outputRecord;     // of the last conversion; its reserved bytes stay zero
 
     // The current body part: the outer set, and the set of a nested multipart that

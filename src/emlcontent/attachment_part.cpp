@@ -31,6 +31,7 @@ struct AttachmentPart {
     bool headerDone = false; // never set in the body
     bool dispositionAttachment = false;
     bool ended = false;
+    bool charsetTaken = false; // by the first body line that is not empty
     // blockStart of the block whose name parameter was handled last. When it was taken for a
     // delimiter it would be again, so the block is not searched at every empty line.
     int32_t nameBlock = -1;
@@ -128,7 +129,10 @@ int32_t decodeBodyLine(AttachmentPart &part) {
         WriteCRLFToFile_tmp(handle, part.file.file);
         return EML_OK;
     }
-    eml::usePartCharset(handle);
+    if (!part.charsetTaken) {
+        eml::usePartCharset(handle);
+        part.charsetTaken = true;
+    }
     const bool nested = handle->contentType == EML_CT_MULTIPART_MIXED && handle->inNestedPart != 0;
     const int32_t encoding = nested ? handle->nestedTransferEncoding : handle->partTransferEncoding;
     const LineDecoding decoding =
