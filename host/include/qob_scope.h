@@ -19,7 +19,8 @@ extern "C" {
 /* Enters a scope with a private directory (random name) in `tempRoot`, or in the enclosing scope's
    root when null (the outermost: $TMPDIR, else /tmp). The directory's path is absolute; it is made
    (mode 0700) when something has to lie in it, at the latest when qob_scope_directory asks. 0, or
-   -1 with errno set and no scope entered, as for a root in which no directory can be made.
+   -1 with errno set and no scope entered, as for a root in which no directory can be made. A thread
+   looks at a root when it first uses it, and again after a directory could not be made in it.
 
    A temporary file that QOB_FileOpen creates in the directory stays in memory while it is small,
    and exists for the file services on this thread only (see qob_scope_store). */

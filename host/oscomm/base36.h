@@ -3,18 +3,21 @@
 #ifndef QOB_OSCOMM_BASE36_H
 #define QOB_OSCOMM_BASE36_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace qob {
 
 inline std::string base36(std::uint64_t value) {
-    std::string digits;
+    std::array<char, 13> digits; // enough for 64 bits
+    std::size_t first = digits.size();
     do {
-        digits.insert(digits.begin(), "0123456789abcdefghijklmnopqrstuvwxyz"[value % 36]);
+        digits[--first] = "0123456789abcdefghijklmnopqrstuvwxyz"[value % 36];
         value /= 36;
     } while (value != 0);
-    return digits;
+    return {digits.data() + first, digits.size() - first};
 }
 
 } // namespace qob

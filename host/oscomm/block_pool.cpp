@@ -35,7 +35,8 @@ thread_local BlockStore store;
 
 char *takeBlock() noexcept {
     if (!storeGone && store.count > 0) {
-        return store.blocks[--store.count];
+        char *const block = store.blocks[--store.count];
+        return block;
     }
     return static_cast<char *>(std::malloc(kBlockSize));
 }

@@ -26,15 +26,21 @@ struct Entry {
 
 using FileTable = qob::HandleTable<QobFile, Entry>;
 
-// Never destroyed, so that a thread that outlives main() still finds it.
-FileTable &table() {
-    static auto *files = new FileTable;
-    return *files;
-}
+// Never destroyed, so that a thread that outlives main() still finds it, and there from the
+// beginning, so that no call has to ask.
+union Lasting {
+    constexpr Lasting() : table() {}
+    ~Lasting() {}
+    Lasting(const Lasting &) = delete;
+    Lasting &operator=(const Lasting &) = delete;
+
+    FileTable table;
+};
+constinit Lasting files; // NOLINT(cert-err58-cpp): made before the program runs
 
 // Null for a handle that is none.
 qob::OpenFile *fileOf(QobFile *handle) {
-    const Entry *entry = table().find(handle);
+    const Entry *entry = files.table.find(handle);
     return entry == nullptr ? nullptr : entry->file;
 }
 
@@ -74,14 +80,14 @@ qob::OpenFile *openPath(const char *path, const qob::OpenMode &mode) {
 
 // Null with errno set, and the file closed, when no handle is left.
 QobFile *handleFor(qob::OpenFile *file) {
-    QobFile *handle = table().insert({file});
+    QobFile *handle = files.table.insert({file});
     if (handle != nullptr) {
         try {
             qob::trackFile(handle);
             return handle;
         } catch (...) {
             Entry dropped;
-            table().take(handle, &dropped);
+            files.table.take(handle, &dropped);
         }
     }
     qob::OpenFile::close(file);
@@ -159,7 +165,7 @@ QOB_HOST_EXPORT uint32_t QOB_FileTellSize(QobFile *file) {
 
 QOB_HOST_EXPORT int32_t QOB_FileClose(QobFile *file) {
     Entry closed;
-    if (!table().take(file, &closed)) {
+    if (!files.table.take(file, &closed)) {
         return -1;
     }
     qob::forgetFile(file);
@@ -173,13 +179,13 @@ QOB_HOST_EXPORT int32_t qob_file_is_regular(QobFile *file) {
 
 QOB_HOST_EXPORT void qob_file_close_to_reopen(QobFile *file, const char *path) {
     Entry closed;
-    if (!table().take(file, &closed)) {
+    if (!files.table.take(file, &closed)) {
         return;
     }
     qob::forgetFile(file);
     qob::Scope *scope = qob::currentScope();
     if (scope == nullptr || scope->waiting != nullptr || path == nullptr ||
-        closed.file->mayWrite() || !closed.file->isRegular() || !closed.file->seek(0, SEEK_SET)) {
+        !closed.file->rewindForNext()) {
         qob::OpenFile::close(closed.file);
         return;
     }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <mutex>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -134,20 +135,29 @@ void closeInMemory(OpenFile &file) noexcept {
     handles.erase(std::remove(handles.begin(), handles.end(), &file), handles.end());
 }
 
-// What was made in the directory is removed with it, never following a link; mostly it is empty.
-TempFiles::~TempFiles() {
+void TempFiles::begin(std::string_view root, std::string_view name) {
+    directory_.reserve(root.size() + 1 + name.size());
+    directory_.assign(root == "/" ? std::string_view{} : root);
+    directory_ += '/';
+    directory_ += name;
+}
+
+// Never follows a link. Mostly the directory is empty, or was not needed.
+bool TempFiles::end() noexcept {
     while (!files_.empty()) {
         detachHandles(*files_.back());
         drop(*files_.back());
     }
-    if (!made_ || ::rmdir(directory_.c_str()) == 0) {
-        return;
+    const bool refused = std::exchange(refused_, false);
+    if (!std::exchange(made_, false) || ::rmdir(directory_.c_str()) == 0) {
+        return !refused;
     }
     try {
         std::error_code ignored;
         std::filesystem::remove_all(directory_, ignored);
     } catch (...) { // NOLINT(bugprone-empty-catch): no memory to walk the directory: it stays
     }
+    return true;
 }
 
 std::string_view TempFiles::nameOf(std::string_view path) const {
@@ -161,6 +171,7 @@ std::string_view TempFiles::nameOf(std::string_view path) const {
 
 bool TempFiles::makeDirectory() noexcept {
     made_ = made_ || ::mkdir(directory_.c_str(), kPrivate) == 0;
+    refused_ = !made_;
     return made_;
 }
 
@@ -186,7 +197,7 @@ OpenFile *TempFiles::open(const char *path, std::string_view name, const OpenMod
         return storeOnDisk(*memory) ? OpenFile::onDisk(path, mode) : nullptr;
     }
     if (mode.creates && mayBegin(path)) {
-        if (OpenFile *file = begin(name, mode)) {
+        if (OpenFile *file = beginFile(name, mode)) {
             return file;
         }
     }
@@ -204,7 +215,7 @@ bool TempFiles::mayBegin(const char *path) const {
 }
 
 // Null when there is no memory: the file begins on disk then.
-OpenFile *TempFiles::begin(std::string_view name, const OpenMode &mode) {
+OpenFile *TempFiles::beginFile(std::string_view name, const OpenMode &mode) {
     files_.reserve(files_.size() + 1);
     auto memory = std::make_unique<MemoryFile>(*this, name, nullptr);
     memory->block = takeBlock();

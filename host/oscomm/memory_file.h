@@ -42,10 +42,18 @@ void closeInMemory(OpenFile &file) noexcept;
 // The temporary files of one scope. Belongs to one thread; handles may be closed on any.
 class TempFiles {
 public:
-    explicit TempFiles(std::string directory) : directory_(std::move(directory)) {}
-    ~TempFiles();
+    TempFiles() = default;
+    ~TempFiles() { end(); }
     TempFiles(const TempFiles &) = delete;
     TempFiles &operator=(const TempFiles &) = delete;
+
+    // No file yet, and the directory `ROOT/NAME`, which is not made yet. Not twice without an
+    // end().
+    void begin(std::string_view root, std::string_view name);
+
+    // Removes the directory with everything that was made in it. False when it could not be made
+    // although it was needed.
+    bool end() noexcept;
 
     // Absolute, without a final '/'.
     const std::string &directory() const { return directory_; }
@@ -73,11 +81,12 @@ private:
     MemoryFile *lookUp(std::string_view name) const;
     void drop(const MemoryFile &memory) noexcept;
     bool mayBegin(const char *path) const;
-    OpenFile *begin(std::string_view name, const OpenMode &mode);
+    OpenFile *beginFile(std::string_view name, const OpenMode &mode);
     static OpenFile *openInMemory(MemoryFile &memory, const OpenMode &mode);
 
     std::string directory_;
     bool made_ = false;
+    bool refused_ = false; // by the system, at the last attempt to make it
     std::vector<std::unique_ptr<MemoryFile>> files_;
 };
 

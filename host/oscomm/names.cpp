@@ -16,6 +16,7 @@
 #include "qob_host.h"
 #include "qob_host_export.h"
 #include "scope.h"
+#include "secret_numbers.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ constexpr int32_t kFailed = -1;
 std::string unscopedName() {
     static std::atomic<std::uint64_t> counter{0};
     std::array<std::uint64_t, 2> random{};
-    if (!qob::fillRandom(random.data(), sizeof random)) {
+    if (!qob::secretNumber(random[0]) || !qob::secretNumber(random[1])) {
         return {};
     }
     const char *root = std::getenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe)

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -113,6 +114,7 @@ void OpenFile::moveToDisk(int descriptor) noexcept {
     memory_ = nullptr;
     block_ = nullptr;
     descriptor_ = descriptor;
+    sizeKnown_ = false;
     lost_ = false;
     standAt(there);
 }
@@ -187,10 +189,18 @@ off_t OpenFile::size() noexcept {
         settleMemory();
         return static_cast<off_t>(memory_->size);
     }
+    if (std::exchange(sizeKnown_, false)) {
+        return sizeAtOpen_;
+    }
     if (writing_ && !flush()) {
         return -1;
     }
     return sizeOnDisk();
+}
+
+bool OpenFile::rewindForNext() noexcept {
+    sizeKnown_ = regular_ && !mode_.writes && seek(0, SEEK_SET);
+    return sizeKnown_;
 }
 
 } // namespace qob

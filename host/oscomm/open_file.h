@@ -74,6 +74,10 @@ public:
     // Of a regular file, with what is buffered; else -1.
     off_t size() noexcept;
 
+    // Goes back to the beginning for the next one who opens the file, whose first question for the
+    // size is answered by what opening it has shown. False for a file that cannot be handed on.
+    bool rewindForNext() noexcept;
+
     bool isRegular() const noexcept { return regular_; }
     bool mayWrite() const noexcept { return mode_.writes; }
     MemoryFile *memory() const noexcept { return memory_; }
@@ -127,8 +131,9 @@ private:
     OpenMode mode_;
     bool regular_; // else a device or a pipe, which has no positions of its own
     bool writing_ = false;
-    bool lost_ = false; // a file in memory took less than it was given
-    off_t sizeAtOpen_;  // a read that stops short there has met the end
+    bool lost_ = false;      // a file in memory took less than it was given
+    bool sizeKnown_ = false; // it is sizeAtOpen_, for the next question
+    off_t sizeAtOpen_;       // a read that stops short there has met the end
 };
 
 } // namespace qob

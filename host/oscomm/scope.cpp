@@ -11,16 +11,18 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <new>
+#include <span>
 #include <system_error>
 #include <utility>
 
-#include <sys/random.h>
 #include <unistd.h>
 
 #include "base36.h"
 #include "qob_host_export.h"
 #include "qob_scope.h"
+#include "secret_numbers.h"
 
 namespace qob {
 namespace {
@@ -28,16 +30,20 @@ namespace {
 constexpr std::size_t kNameCapacity = 4096;
 constexpr std::size_t kLongestEnding = 8;
 
-std::vector<Scope> &scopes() {
-    thread_local std::vector<Scope> threadScopes;
-    return threadScopes;
-}
+// Scopes that may be kept behind the innermost one, with the memory they have, to be entered again.
+constexpr std::size_t kMostSpare = 4;
 
-// The path from '/', so that it holds when the process changes its working directory. Empty with
-// errno set when it does not exist.
-std::string absolutePath(const char *path) {
-    std::array<char, PATH_MAX> resolved{};
-    return ::realpath(path, resolved.data()) != nullptr ? resolved.data() : std::string();
+struct ThreadScopes {
+    std::vector<std::unique_ptr<Scope>> all; // entered ones, then spare ones
+    std::size_t depth = 0;                   // how many are entered
+    std::string usableRoot;                  // the last one in which directories could be made
+
+    std::span<const std::unique_ptr<Scope>> entered() const { return {all.data(), depth}; }
+};
+
+ThreadScopes &scopes() {
+    thread_local ThreadScopes threadScopes;
+    return threadScopes;
 }
 
 const char *rootFor(const char *tempRoot) {
@@ -48,27 +54,54 @@ const char *rootFor(const char *tempRoot) {
     return configured != nullptr && *configured != '\0' ? configured : "/tmp";
 }
 
-// Empty with errno set when no directory can be made there. The enclosing scope has asked already.
+// The path from '/', so that it holds when the process changes its working directory, and without
+// a '/' at the end. Empty with errno set when it does not exist.
+std::string absolutePath(const char *path) {
+    if (*path != '/') {
+        std::array<char, PATH_MAX> resolved{};
+        return ::realpath(path, resolved.data()) != nullptr ? resolved.data() : std::string();
+    }
+    std::string_view absolute = path;
+    while (absolute.size() > 1 && absolute.back() == '/') {
+        absolute.remove_suffix(1);
+    }
+    return std::string(absolute);
+}
+
+// Empty with errno set when no directory can be made there. The enclosing scope has asked already,
+// and so has the last one that was entered in this root, unless it was refused a directory.
 std::string checkedRoot(const char *tempRoot) {
     const Scope *outer = currentScope();
     if (tempRoot == nullptr && outer != nullptr) {
         return outer->root;
     }
     std::string root = absolutePath(rootFor(tempRoot));
-    return root.empty() || ::access(root.c_str(), W_OK | X_OK) != 0 ? std::string() : root;
+    std::string &usable = scopes().usableRoot;
+    if (root.empty() || root == usable) {
+        return root;
+    }
+    if (::access(root.c_str(), W_OK | X_OK) != 0) {
+        return {};
+    }
+    usable = root;
+    return root;
 }
 
 // The directory is made when something has to lie in it: most extractions need none.
 int32_t enter(const char *tempRoot) {
-    Scope scope;
-    scope.root = checkedRoot(tempRoot);
+    ThreadScopes &thread = scopes();
+    std::string root = checkedRoot(tempRoot);
     std::uint64_t random = 0;
-    if (scope.root.empty() || !fillRandom(&random, sizeof random)) {
+    if (root.empty() || !secretNumber(random)) {
         return -1;
     }
-    scope.temporary = std::make_unique<TempFiles>((scope.root == "/" ? std::string() : scope.root) +
-                                                  "/qob-" + base36(random));
-    scopes().push_back(std::move(scope));
+    if (thread.depth == thread.all.size()) {
+        thread.all.push_back(std::make_unique<Scope>());
+    }
+    Scope &scope = *thread.all[thread.depth];
+    scope.temporary.begin(root, "qob-" + base36(random));
+    scope.root = std::move(root);
+    ++thread.depth;
     return 0;
 }
 
@@ -88,7 +121,7 @@ std::string_view endingOf(std::string_view path) {
 }
 
 bool link(Scope &scope, const std::string &name, const std::string &target) {
-    return scope.temporary->makeDirectory() && ::symlink(target.c_str(), name.c_str()) == 0;
+    return scope.temporary.makeDirectory() && ::symlink(target.c_str(), name.c_str()) == 0;
 }
 
 // A file that is only in memory can have no link.
@@ -124,10 +157,10 @@ bool store(const char *path) {
     if (!storeTarget(path)) {
         return false;
     }
-    for (Scope &scope : scopes()) {
-        const auto found = scope.aliases.find(std::string_view(path));
-        if (found != scope.aliases.end() && !found->second.linked) {
-            found->second.linked = link(scope, found->first, found->second.target);
+    for (const auto &scope : scopes().entered()) {
+        const auto found = scope->aliases.find(std::string_view(path));
+        if (found != scope->aliases.end() && !found->second.linked) {
+            found->second.linked = link(*scope, found->first, found->second.target);
             return found->second.linked;
         }
     }
@@ -145,31 +178,38 @@ void closeAll(Scope &scope) {
     }
 }
 
-} // namespace
-
-bool fillRandom(void *bytes, std::size_t size) {
-    ssize_t got = -1;
-    do {
-        got = ::getrandom(bytes, size, 0);
-    } while (got < 0 && errno == EINTR);
-    return got == static_cast<ssize_t>(size);
+void leave(ThreadScopes &thread) {
+    Scope &scope = *thread.all[thread.depth - 1];
+    closeAll(scope);
+    if (!scope.temporary.end()) {
+        thread.usableRoot.clear();
+    }
+    scope.aliases.clear();
+    scope.names = 0;
+    --thread.depth;
+    thread.all.resize(std::min(thread.all.size(), thread.depth + kMostSpare));
 }
 
+} // namespace
+
 Scope *currentScope() {
-    return scopes().empty() ? nullptr : &scopes().back();
+    const ThreadScopes &thread = scopes();
+    return thread.depth == 0 ? nullptr : thread.all[thread.depth - 1].get();
 }
 
 // One '_' at the beginning and no other: attachment files of the same directory carry their base
 // name twice, and so never such a name.
 std::string newScopeName(Scope &scope) {
-    return scope.temporary->directory() + "/_" + base36(++scope.names);
+    return scope.temporary.directory() + "/_" + base36(++scope.names);
 }
 
 Place placeOf(const char *path) {
     Place place{path, nullptr, {}};
     const std::string_view text = path;
-    for (auto scope = scopes().rbegin(); scope != scopes().rend(); ++scope) {
-        const std::string_view name = scope->temporary->nameOf(text);
+    const auto entered = scopes().entered();
+    for (auto entry = entered.rbegin(); entry != entered.rend(); ++entry) {
+        Scope *scope = entry->get();
+        const std::string_view name = scope->temporary.nameOf(text);
         if (name.empty()) {
             continue;
         }
@@ -177,7 +217,7 @@ Place placeOf(const char *path) {
         if (alias != scope->aliases.end() && !alias->second.linked) {
             return placeOf(alias->second.target.c_str()); // no alias of this kind itself
         }
-        place.temporary = scope->temporary.get();
+        place.temporary = &scope->temporary;
         place.name = name;
         break;
     }
@@ -185,10 +225,10 @@ Place placeOf(const char *path) {
 }
 
 int32_t removeAlias(std::string_view alias) {
-    for (Scope &scope : scopes()) {
-        const auto found = scope.aliases.find(alias);
-        if (found != scope.aliases.end()) {
-            scope.aliases.erase(found);
+    for (const auto &scope : scopes().entered()) {
+        const auto found = scope->aliases.find(alias);
+        if (found != scope->aliases.end()) {
+            scope->aliases.erase(found);
             return 0;
         }
     }
@@ -203,7 +243,9 @@ void trackFile(QobFile *file) {
 
 // What was opened last is mostly closed first.
 void forgetFile(const QobFile *file) {
-    for (auto scope = scopes().rbegin(); scope != scopes().rend(); ++scope) {
+    const auto entered = scopes().entered();
+    for (auto entry = entered.rbegin(); entry != entered.rend(); ++entry) {
+        Scope *scope = entry->get();
         const auto found = std::find(scope->files.rbegin(), scope->files.rend(), file);
         if (found != scope->files.rend()) {
             scope->files.erase(std::next(found).base());
@@ -224,25 +266,24 @@ QOB_HOST_EXPORT int32_t qob_scope_enter(const char *tempRoot) {
 }
 
 QOB_HOST_EXPORT void qob_scope_leave(void) {
-    if (qob::scopes().empty()) {
+    if (qob::scopes().depth == 0) {
         return;
     }
     const int savedErrno = errno;
-    qob::closeAll(qob::scopes().back());
-    qob::scopes().pop_back();
+    qob::leave(qob::scopes());
     errno = savedErrno;
 }
 
 QOB_HOST_EXPORT const char *qob_scope_directory(void) {
-    const qob::Scope *scope = qob::currentScope();
-    if (scope == nullptr || !scope->temporary->makeDirectory()) {
+    qob::Scope *scope = qob::currentScope();
+    if (scope == nullptr || !scope->temporary.makeDirectory()) {
         return nullptr;
     }
-    return scope->temporary->directory().c_str();
+    return scope->temporary.directory().c_str();
 }
 
 QOB_HOST_EXPORT uint32_t qob_scope_depth(void) {
-    return static_cast<uint32_t>(qob::scopes().size());
+    return static_cast<uint32_t>(qob::scopes().depth);
 }
 
 QOB_HOST_EXPORT int32_t qob_scope_alias(const char *path, char *alias) {
@@ -275,9 +316,9 @@ QOB_HOST_EXPORT const char *qob_scope_real_path(const char *path) {
     if (path == nullptr) {
         return nullptr;
     }
-    for (const qob::Scope &scope : qob::scopes()) {
-        const auto found = scope.aliases.find(std::string_view(path));
-        if (found != scope.aliases.end()) {
+    for (const auto &scope : qob::scopes().entered()) {
+        const auto found = scope->aliases.find(std::string_view(path));
+        if (found != scope->aliases.end()) {
             return found->second.real.c_str();
         }
     }

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,10 +22,10 @@ struct Alias {
 };
 
 struct Scope {
-    std::string root;                     // where the directory lies
-    std::unique_ptr<TempFiles> temporary; // the directory and what is in it
-    std::uint64_t names = 0;              // names given out so far
-    std::vector<QobFile *> files;         // opened in this scope and not closed yet
+    std::string root;             // where the directory lies
+    TempFiles temporary;          // the directory and what is in it
+    std::uint64_t names = 0;      // names given out so far
+    std::vector<QobFile *> files; // opened in this scope and not closed yet
     std::map<std::string, Alias, std::less<>> aliases;
     std::string waitingPath;     // of the file that waits for the next one who opens it
     OpenFile *waiting = nullptr; // or null
@@ -52,9 +51,6 @@ int32_t removeAlias(std::string_view alias);
 // Remembers or forgets an open file of this thread. The first may throw std::bad_alloc.
 void trackFile(QobFile *file);
 void forgetFile(const QobFile *file);
-
-// `size` bytes that nobody can guess. False when the system has none to give.
-bool fillRandom(void *bytes, std::size_t size);
 
 } // namespace qob
 

@@ -10,6 +10,8 @@
 #include <thread>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -103,6 +105,77 @@ TEST(Scope, IsNotEnteredWhenTheRootIsMissing) {
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(qob_scope_depth(), 0U);
     EXPECT_EQ(qob_scope_directory(), nullptr);
+}
+
+TEST(Scope, IsARefusalWhenTheRootIsGoneAndADirectoryIsNeeded) {
+    const TempFolder folder;
+    const std::string root = folder.file("root");
+    fs::create_directory(root);
+    ASSERT_EQ(qob_scope_enter(root.c_str()), 0);
+    qob_scope_leave();
+    fs::remove(root);
+    if (qob_scope_enter(root.c_str()) == 0) {
+        errno = 0;
+        EXPECT_EQ(qob_scope_directory(), nullptr);
+        EXPECT_EQ(errno, ENOENT);
+        qob_scope_leave();
+    }
+    EXPECT_EQ(qob_scope_enter(root.c_str()), -1);
+    fs::create_directory(root);
+    ASSERT_EQ(qob_scope_enter(root.c_str()), 0);
+    EXPECT_NE(qob_scope_directory(), nullptr);
+    qob_scope_leave();
+}
+
+TEST(Scope, TakesARootWithSlashesBehindIt) {
+    const TempFolder folder;
+    ASSERT_EQ(qob_scope_enter((folder.path() + "//").c_str()), 0);
+    EXPECT_EQ(folderOf(qob_scope_directory()), folder.path());
+    qob_scope_leave();
+}
+
+TEST(Scope, HoldsAfterAChangeOfDirectory) {
+    const TempFolder folder;
+    const fs::path former = fs::current_path();
+    fs::current_path(folder.path());
+    ASSERT_EQ(qob_scope_enter("."), 0);
+    fs::current_path(former);
+    EXPECT_EQ(folderOf(qob_scope_directory()), fs::canonical(folder.path()));
+    qob_scope_leave();
+}
+
+TEST(Scope, HasNothingOfTheOneBefore) {
+    const TempFolder folder;
+    const std::string path = folder.write("a.eml", "text");
+    ASSERT_EQ(qob_scope_enter(folder.path().c_str()), 0);
+    const std::string directory = qob_scope_directory();
+    const std::string alias = aliasOf(path);
+    qob_scope_leave();
+    ASSERT_EQ(qob_scope_enter(folder.path().c_str()), 0);
+    EXPECT_EQ(folder.entries(), 1U);
+    EXPECT_EQ(qob_scope_real_path(alias.c_str()), alias);
+    EXPECT_NE(qob_scope_directory(), directory);
+    qob_scope_leave();
+}
+
+TEST(Scope, HasAnotherNameInAForkedProcess) {
+    const TempFolder folder;
+    const auto nextName = [&folder] {
+        EXPECT_EQ(qob_scope_enter(folder.path().c_str()), 0);
+        std::string name = newName();
+        qob_scope_leave();
+        return name;
+    };
+    nextName();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        folder.write("child", nextName());
+        ::_exit(0);
+    }
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    const std::string name = nextName();
+    EXPECT_FALSE(contentOf(folder.file("child")).empty());
+    EXPECT_NE(contentOf(folder.file("child")), name);
 }
 
 TEST(Scope, LeavingWithoutOneDoesNothing) {

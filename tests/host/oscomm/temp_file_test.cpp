@@ -248,6 +248,28 @@ TEST_F(TempFile, ClosedToBeReopenedBeginsAnew) {
     EXPECT_EQ(QOB_FileClose(again), 0);
 }
 
+TEST_F(TempFile, ClosedToBeReopenedTellsItsSizeAsItGrows) {
+    const TempFolder other;
+    const std::string path = other.write("a", "abcdef");
+    qob_file_close_to_reopen(QOB_FileOpen(path.c_str(), "rb"), path.c_str());
+    QobFile *again = QOB_FileOpen(path.c_str(), "rb");
+    EXPECT_EQ(QOB_FileTellSize(again), 6U);
+    other.write("a", "abcdefghi");
+    EXPECT_EQ(QOB_FileTellSize(again), 9U);
+    EXPECT_EQ(QOB_FileSeek(again, -1, 2), 0);
+    EXPECT_EQ(QOB_FileTell(again), 8);
+    EXPECT_EQ(QOB_FileClose(again), 0);
+}
+
+TEST_F(TempFile, ClosedToBeReopenedTellsItsSizeInMemory) {
+    const std::string name = written("text");
+    qob_file_close_to_reopen(QOB_FileOpen(name.c_str(), "rb"), name.c_str());
+    QobFile *again = QOB_FileOpen(name.c_str(), "rb");
+    ASSERT_EQ(qob_scope_store(name.c_str()), 0);
+    EXPECT_EQ(QOB_FileTellSize(again), 4U);
+    EXPECT_EQ(QOB_FileClose(again), 0);
+}
+
 TEST_F(TempFile, ClosedToBeReopenedIsClosedWithTheScope) {
     const TempFolder other;
     const std::string path = other.write("a", "abc");
