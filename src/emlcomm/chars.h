@@ -61,7 +61,7 @@ constexpr bool startsWithNoCase(std::string_view text, std::string_view prefix) 
 // not looked for.
 constexpr bool startsWithField(std::string_view text, const char *field) {
     size_t same = 0;
-    while (field[same] != '\0' && same < text.size() && text[same] == field[same]) {
+    while (same < text.size() && field[same] != '\0' && text[same] == field[same]) {
         ++same;
     }
     return field[same] == '\0';
