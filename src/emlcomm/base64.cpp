@@ -13,7 +13,7 @@
 #include "emlcomm/output.h"
 #include "emlcomm/sextets.h"
 
-#define BASE64_ALPHABET "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/="
+#define BASE64_ALPHABET BASE64_SEXTETS "="
 
 char Base64Alphatbet[66] = BASE64_ALPHABET;
 

@@ -12,8 +12,7 @@
 
 namespace {
 
-constexpr std::string_view kSextets =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kSextets = BASE64_SEXTETS;
 static_assert(kSextets.size() == 64);
 
 // What a character puts into the 24 bits of its group, by its place in it; kNone when it is no

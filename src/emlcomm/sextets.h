@@ -6,6 +6,9 @@
 
 #include <cstddef>
 
+// The 64 characters in the order of their values; a literal, so that longer ones can be made of it.
+#define BASE64_SEXTETS "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"
+
 namespace eml {
 
 // Decodes groups from `text` on, `count` at the most, up to one that holds any other character.
